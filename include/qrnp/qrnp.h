@@ -2,6 +2,7 @@
 #ifndef QRNP_H
 #define QRNP_H
 
+#include "qrnp_common.h"
 #include "qrnp_ctrlblk.h"
 #include "qrnp_datacnv.h"
 #include "qrnp_errors.h"

@@ -33,25 +33,30 @@ QRNP_EXPORT uint32_t QRNPCnvWVarcharToWVarcharSz(const void*, int32_t, wchar_t*,
                                                  const ColumnDef*);
 QRNP_EXPORT uint32_t QRNPCnvWVarcharSzToWVarcharSz(const void*, int32_t, wchar_t*, int32_t, int32_t*,
                                                    const ColumnDef*);
-// Numeric sources write the decimal digits of the value (no sign, no leading
-// zeros); a value of zero gives 75 and an empty string.
+// Numeric sources write the decimal digits of the value (no leading zeros;
+// "-" before a negative signed value); a value of zero gives 75 and an empty
+// string, except for QRNPCnvIntToWVarcharSz1, SmallInt and SmallUInt (message
+// values), which write "0". A positive iSrcLen shorter than the type is 0xFFFFFFFF.
 QRNP_EXPORT uint32_t QRNPCnvULONGLONGToWVarcharSz(const void*, int32_t, wchar_t*, int32_t, int32_t*,
                                                   const ColumnDef*);
 QRNP_EXPORT uint32_t QRNPCnvUIntToWVarcharSz(const void*, int32_t, wchar_t*, int32_t, int32_t*, const ColumnDef*);
 QRNP_EXPORT uint32_t QRNPCnvIntToWVarcharSz(const void*, int32_t, wchar_t*, int32_t, int32_t*, const ColumnDef*);
 // As QRNPCnvIntToWVarcharSz, but zero is written "0" (result 0). Negative values keep their "-".
 QRNP_EXPORT uint32_t QRNPCnvIntToWVarcharSz1(const void*, int32_t, wchar_t*, int32_t, int32_t*, const ColumnDef*);
+// 16-bit signed and unsigned values; zero is written "0" (result 0).
 QRNP_EXPORT uint32_t QRNPCnvSmallIntToWVarcharSz(const void*, int32_t, wchar_t*, int32_t, int32_t*,
                                                  const ColumnDef*);
 QRNP_EXPORT uint32_t QRNPCnvSmallUIntToWVarcharSz(const void*, int32_t, wchar_t*, int32_t, int32_t*,
                                                   const ColumnDef*);
 // Packed decimal of pCtx->sPrecision digits (1-31; 0 means 31): (precision / 2 + 1)
 // bytes, two digits a byte, the sign nibble last (C or F positive, D negative;
-// a negative value is refused with 0xFFFFFFFF).
+// a negative value is refused with 0xFFFFFFFF). With an even precision the
+// first nibble is padding and must be 0.
 QRNP_EXPORT uint32_t QRNPCnvDecPKDToWVarcharSz(const void*, int32_t, wchar_t*, int32_t, int32_t*, const ColumnDef*);
 // Unsigned variable-length number: byte 0 = length L (1-21) of the number bytes
 // that follow; exponent byte 0xC1 + e (e = base-100 exponent), then base-100
-// digits each stored plus 1; zero is L = 1 with the single byte 0x80.
+// digits each stored plus 1; zero is L = 1 with the single byte 0x80. Negative
+// numbers and fractions are refused with 0xFFFFFFFF.
 QRNP_EXPORT uint32_t QRNPCnvOraVarnumToWVarcharSz_Unsigned(const void*, int32_t, wchar_t*, int32_t, int32_t*,
                                                            const ColumnDef*);
 // Date, time or timestamp value (QRNPDate/QRNPTime/QRNPTimestamp by pCtx->sDataType

@@ -23,7 +23,7 @@ QRNP_EXPORT int32_t KNL_Heap_Create(int32_t iInitialSize, KNL_HeapToken* pToken)
 QRNP_EXPORT int32_t KNL_Heap_Acquire(KNL_HeapToken token, uint64_t iSize, void** ppBlock);
 
 // Grows or shrinks a block of this heap, keeping its contents (new bytes are
-// zero). 0 with *ppBlock replaced; non-zero leaves the old block in place.
+// zero). 0 with *ppBlock replaced; non-zero leaves the old block and *ppBlock as they were.
 QRNP_EXPORT int32_t KNL_Heap_Reallocate(KNL_HeapToken token, void* pOld, uint64_t iNewSize, void** ppBlock);
 
 // Frees every block of the heap and the heap itself. 0, or non-zero (the heap is then kept).
@@ -38,7 +38,7 @@ QRNP_EXPORT int64_t KNL_Heap_LiveHeaps(void);
 QRNP_EXPORT int64_t KNL_Heap_LiveBlocks(void);
 
 // Non-zero while a trace file is open. Read it before building trace arguments.
-QRNP_EXPORT extern volatile int32_t KNL_TraceActive;
+__attribute__((visibility("default"))) extern volatile int32_t KNL_TraceActive;
 
 // Value kinds of a traced variable.
 enum KNLTraceKind {
