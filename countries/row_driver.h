@@ -38,6 +38,7 @@ struct RowContext {
     wchar_t* pInBuf;                  // working string (the block's buffer), NUL-terminated
     int32_t iInLength;                // its length in characters
     int32_t iConvertedLength;         // length the source converter reported (before trimming)
+    bool bSourceLoaded;               // the source is in pInBuf (LoadSource ran)
     wchar_t pOutBuf[QRNP_OUTPUT_CHARS];  // the identifier to write, NUL-terminated
     int64_t lScratch[4];              // per-row state of the country's hooks
 };
@@ -73,6 +74,13 @@ struct CountryDriver {
 // blank) or the message number of the failure (the cell's status too).
 uint32_t RunRowDriver(const CountryDriver& country, uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow,
                       NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef, int32_t iRownum);
+
+// Grows the working buffer to the source's length and converts the source
+// into it (ctx.pInBuf, iInLength, iConvertedLength; a null or empty value
+// gives length 0). Captures nothing: 0, 106 when the buffer cannot grow, or
+// the converter's code. The flow calls it for the mask method; a hook that
+// needs the source before the method test may call it first.
+uint32_t LoadSource(RowContext& ctx);
 
 // Tokens a row message can carry.
 enum class RowToken {

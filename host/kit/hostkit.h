@@ -1,0 +1,170 @@
+// The host kit: what an engine does around the provider, in a form the
+// command-line host, the tests, the fuzzers and the benchmarks share.
+//
+// It builds a CtrlBlk with its column definition, country switch and error
+// list, a SvcDef with operands (as a linked list or a plain array), and
+// rowsets of cells of any column type; it calls the entry points, linked or
+// loaded with dlopen; and it reads back outputs, statuses, row flags and the
+// error list with its tokens as text. Values travel as wide strings: text of
+// character columns, decimal digits of numeric ones. Cells are encoded and
+// decoded with the data-conversion library itself, as an engine would.
+#ifndef QRNP_HOSTKIT_H
+#define QRNP_HOSTKIT_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <qrnp/qrnp.h>
+
+namespace hostkit {
+
+// The provider's exported functions.
+struct EntryPoints {
+    int32_t (*Init)(CtrlBlk*, SvcDef*) = nullptr;
+    int32_t (*Service)(uint16_t, CtrlBlk*, Rowset*) = nullptr;
+    int32_t (*Terminate)(CtrlBlk*) = nullptr;
+    int32_t (*GetDetails)(ProviderDetails*) = nullptr;
+    int32_t (*GetInfo)(CtrlBlk*, int16_t, void*, uint32_t*) = nullptr;
+    int32_t (*GetErrorMsg)(int32_t, int32_t, wchar_t*) = nullptr;
+    int32_t (*TermErrors)(EAB*) = nullptr;
+    void* pLibrary = nullptr;  // dlopen handle, null when linked
+};
+
+// Loads the provider library with dlopen (RTLD_NOW | RTLD_LOCAL) and resolves
+// the entry points. False with a message in *pError when anything is missing.
+bool LoadProvider(const std::string& path, EntryPoints* pEntryPoints, std::string* pError);
+
+// The default provider path: $QRNP_PROVIDER, else libQRNNIDPrvLib.so beside
+// the running executable's ../lib, else the bare name (the loader's search path).
+std::string DefaultProviderPath();
+
+// How an instance is set up.
+struct InstanceOptions {
+    std::wstring countrySwitch = L"FR";
+    bool bSwitchIsWide = true;          // false: a value type other than 0x1001
+    uint16_t sMethod = QRNP_METHOD_MASK;  // CtrlBlk method, and operand 0x100B
+    uint16_t sProcFlags = 0;
+    bool bSeparateDestination = true;
+    int16_t sErrorLimit = 0;
+    int16_t sSrcColIndex = 0;
+    int16_t sDataType = VARCHAR;
+    int32_t iLength = 32;               // characters (fixed width of CHAR and WCHAR)
+    int16_t sPrecision = 0;             // DECIMAL_PKD digits (0: 31)
+    std::wstring columnName = L"NID";
+    bool bNoConversionBlock = false;
+    bool bOperandsAsList = false;       // linked list instead of a plain array
+    bool bAddMethodOperand = true;      // operand 0x100B = sMethod first
+    std::vector<std::pair<uint16_t, uint32_t>> operands;  // in order, after the method
+};
+
+// One provider instance and everything its CtrlBlk points at. Not copyable:
+// the CtrlBlk holds pointers into it.
+struct Instance {
+    const EntryPoints* pEntryPoints = nullptr;
+    InstanceOptions options;
+    CtrlBlk ctrl{};
+    ColumnDef column{};
+    ConversionBlock conversion{};
+    std::wstring switchText;
+    uint32_t iSwitchNumber = 0;         // the value of a non-wide switch
+    std::vector<OprDef> operands;
+    SvcDef svc{};
+
+    Instance() = default;
+    Instance(const Instance&) = delete;
+    Instance& operator=(const Instance&) = delete;
+    ~Instance();
+};
+
+// Builds an instance (not yet initialised) with a fresh error list.
+std::unique_ptr<Instance> MakeInstance(const EntryPoints& entryPoints, const InstanceOptions& options);
+
+// Calls Init / Terminate.
+int32_t InitInstance(Instance& instance);
+int32_t TerminateInstance(Instance& instance);
+
+// Releases the error list with TermErrors and starts an empty one.
+void ResetErrors(Instance& instance);
+
+// A cell value: NULL, or a wide string.
+struct CellValue {
+    bool bNull = false;
+    std::wstring text;
+};
+
+// How a rowset is shaped.
+struct BatchOptions {
+    int iExtraCellsBefore = 0;          // cells before the source cell (set sSrcColIndex to match)
+    bool bRowsAsList = false;           // rows linked by pNext instead of a plain array
+    bool bNullSourcePointer = false;    // NULL values get a null pSrc instead of bNullInd = 1
+    bool bNoDestination = false;        // separate destination without a buffer
+    int32_t iDstCapacityOverride = -1;  // destination capacity in bytes (-1: the type's size)
+};
+
+// A rowset and the memory its cells point at. Every buffer is followed by
+// guard bytes; GuardsIntact tells whether anything wrote past a capacity.
+struct Batch {
+    Rowset rowset{};
+    std::vector<Row> rows;
+    std::vector<FieldDef> fields;
+    std::vector<unsigned char> arena;   // all source and destination buffers
+    int cellsPerRow = 1;
+    int sourceCell = 0;
+    std::vector<uint8_t> encodeFailed;  // per row: the value could not be encoded (too long, not a number)
+    std::vector<size_t> srcGuard, dstGuard;  // arena offsets of each row's guard bytes
+
+    Batch() = default;
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+};
+
+// Fills `batch` (reusing its memory) with one row per value, encoded in the
+// instance's column type. A value that cannot be encoded (longer than a fixed
+// width, a number that does not fit) gets an empty source and is flagged in
+// encodeFailed; hosts check that before serving.
+void FillBatch(const Instance& instance, const std::vector<CellValue>& values, Batch* pBatch,
+               const BatchOptions& batchOptions = {});
+
+// Encodes one value in the column's format into `out` (0 or the converter's code).
+uint32_t EncodeCell(const Instance& instance, const std::wstring& text, std::vector<unsigned char>* pOut);
+
+// Service on the batch.
+int32_t ServiceBatch(Instance& instance, Batch& batch, uint16_t sMethod);
+
+// What happened to one row.
+struct RowResult {
+    int32_t iStatus = 0;
+    bool bRejected = false;             // the row error flag
+    bool bTaken = false;
+    bool bDstNull = false;
+    std::optional<std::wstring> output; // the destination (or in-place source) decoded, when readable
+};
+RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow);
+
+// True when no guard byte of the batch was overwritten.
+bool GuardsIntact(const Batch& batch);
+
+// One captured message and its tokens.
+struct Message {
+    uint32_t iMessage = 0;
+    uint32_t iRow = 0;
+    uint16_t sDeclaredTokens = 0;
+    std::vector<std::pair<int32_t, std::wstring>> tokens;  // (token id, text), declared slots then the spare
+};
+std::vector<Message> ReadErrors(const EAB* pEAB);
+
+// The token's name without its QRNP_TOKID_ prefix ("SRCDATA"), or its number.
+std::string TokenName(int32_t iTokenId);
+
+// Wide string <-> UTF-8.
+std::string ToUtf8(const std::wstring& text);
+// False on an invalid sequence.
+bool FromUtf8(const std::string& text, std::wstring* pOut);
+
+}  // namespace hostkit
+
+#endif

@@ -1,0 +1,162 @@
+// Service: the checks that end a call, and the row loop.
+#include <gtest/gtest.h>
+
+#include "support/run_rows.h"
+
+namespace {
+
+using hostkit::InstanceOptions;
+using testsupport::Linked;
+using testsupport::RunRows;
+
+const std::wstring kValid = L"185057800608491";
+
+TEST(ServiceTest, NullSourceFailsTheRowButNotTheOthers) {
+    InstanceOptions options;
+    for (bool bNullPointer : {false, true}) {
+        hostkit::BatchOptions batchOptions;
+        batchOptions.bNullSourcePointer = bNullPointer;
+        const auto result = RunRows(options, {kValid, std::nullopt, kValid}, QRNP_METHOD_MASK, batchOptions);
+        ASSERT_EQ(result.iInit, 0);
+        EXPECT_EQ(result.iService, -2);
+        EXPECT_EQ(result.rows[0].iStatus, 0);
+        EXPECT_EQ(result.rows[2].iStatus, 0);
+        EXPECT_NE(result.rows[0].output, kValid);
+        EXPECT_EQ(result.rows[1].iStatus, 4408);
+        EXPECT_TRUE(result.rows[1].bDstNull);
+        EXPECT_FALSE(result.rows[1].bRejected);
+        ASSERT_EQ(result.messages.size(), 1u);
+        EXPECT_EQ(result.messages[0].iMessage, 4408u);
+        EXPECT_EQ(result.messages[0].iRow, 2u);
+    }
+}
+
+TEST(ServiceTest, RandomMethodNeedsNoSource) {
+    const auto result = RunRows(InstanceOptions{}, {std::nullopt, kValid}, QRNP_METHOD_RANDOM);
+    EXPECT_EQ(result.iService, 0);
+    for (const auto& row : result.rows) {
+        EXPECT_EQ(row.iStatus, 0);
+        ASSERT_TRUE(row.output.has_value());
+        EXPECT_EQ(row.output->size(), 15u);
+    }
+}
+
+TEST(ServiceTest, MethodFromTheControlBlockAndInvalidMethods) {
+    InstanceOptions options;
+    options.sMethod = QRNP_METHOD_RANDOM;
+    auto generated = RunRows(options, {std::nullopt}, QRNP_METHOD_CTRLBLK);
+    EXPECT_EQ(generated.iService, 0);
+    EXPECT_EQ(generated.rows[0].output->size(), 15u);
+
+    const auto invalid = RunRows(InstanceOptions{}, {kValid}, 0x1409);
+    EXPECT_EQ(invalid.iService, 4357);
+    ASSERT_EQ(invalid.messages.size(), 1u);
+    EXPECT_EQ(testsupport::TokenText(invalid.messages[0], QRNP_TOKID_METHOD), L"5129");
+    EXPECT_FALSE(invalid.rows[0].bTaken);
+
+    // The control block's method is taken unchecked; the driver refuses it with 11.
+    options.sMethod = 0x1409;
+    const auto unchecked = RunRows(options, {kValid}, QRNP_METHOD_CTRLBLK);
+    EXPECT_EQ(unchecked.iService, -2);
+    EXPECT_EQ(unchecked.rows[0].iStatus, 11);
+    EXPECT_TRUE(unchecked.rows[0].bRejected);
+    EXPECT_TRUE(unchecked.messages.empty());
+}
+
+TEST(ServiceTest, TakenRowsAreSkippedAndKeepTheirCells) {
+    auto instance = hostkit::MakeInstance(Linked(), InstanceOptions{});
+    ASSERT_EQ(hostkit::InitInstance(*instance), 0);
+    hostkit::Batch batch;
+    hostkit::FillBatch(*instance, {{false, kValid}, {false, kValid}}, &batch);
+    batch.rows[0].bTaken = 1;
+    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 0);
+    EXPECT_EQ(batch.fields[0].iDstLen, 0);
+    EXPECT_GT(batch.fields[1].iDstLen, 0);
+    EXPECT_EQ(batch.rowset.iCurrentRow, 1);
+    hostkit::TerminateInstance(*instance);
+}
+
+TEST(ServiceTest, ErrorLimitStopsTheLoop) {
+    InstanceOptions options;
+    options.sErrorLimit = 2;
+    const auto result = RunRows(options, {L"bad", kValid, L"bad", L"bad", kValid});
+    EXPECT_EQ(result.iService, -2);
+    EXPECT_TRUE(result.rows[0].bTaken && result.rows[1].bTaken && result.rows[2].bTaken);
+    EXPECT_FALSE(result.rows[3].bTaken);
+    EXPECT_FALSE(result.rows[4].bTaken);
+    EXPECT_EQ(result.messages.size(), 2u);
+}
+
+TEST(ServiceTest, ChecksThatEndTheCall) {
+    auto instance = hostkit::MakeInstance(Linked(), InstanceOptions{});
+    ASSERT_EQ(hostkit::InitInstance(*instance), 0);
+
+    Rowset empty{0, 0, nullptr};
+    EXPECT_EQ(Service(QRNP_METHOD_MASK, &instance->ctrl, &empty), 4358);
+    auto messages = hostkit::ReadErrors(instance->ctrl.pEAB);
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_ROW_COUNT), L"0");
+    EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_ROWS_LIST), L"NULL");
+
+    hostkit::Batch batch;
+    hostkit::FillBatch(*instance, {{false, kValid}}, &batch);
+    batch.rowset.iRowCount = -1;
+    hostkit::ResetErrors(*instance);
+    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 4358);
+    messages = hostkit::ReadErrors(instance->ctrl.pEAB);
+    EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_ROW_COUNT), L"-1");
+    EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_ROWS_LIST), L"NOT NULL");
+
+    batch.rowset.iRowCount = 1;
+    instance->ctrl.sSrcColIndex = 1;
+    hostkit::ResetErrors(*instance);
+    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 4363);
+    messages = hostkit::ReadErrors(instance->ctrl.pEAB);
+    EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_COLINDEX), L"1");
+    EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_ROWDEFINE_COUNT), L"1");
+
+    instance->ctrl.sSrcColIndex = 0;
+    void* pNid = instance->ctrl.pProviderPrivate;
+    instance->ctrl.pProviderPrivate = nullptr;
+    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 4355);
+    instance->ctrl.pProviderPrivate = pNid;
+    EXPECT_FALSE(batch.rows[0].bTaken);
+    hostkit::TerminateInstance(*instance);
+}
+
+TEST(ServiceTest, RowsAndCellsAreWalkedAsListsOrArrays) {
+    InstanceOptions options;
+    options.sSrcColIndex = 2;
+    hostkit::BatchOptions batchOptions;
+    batchOptions.iExtraCellsBefore = 2;
+    batchOptions.bRowsAsList = true;
+    const auto result = RunRows(options, {kValid, kValid, kValid}, QRNP_METHOD_MASK, batchOptions);
+    EXPECT_EQ(result.iService, 0);
+    for (const auto& row : result.rows) {
+        EXPECT_EQ(row.iStatus, 0);
+        EXPECT_EQ(row.output, result.rows[0].output) << "the same value masks the same way";
+    }
+}
+
+TEST(ServiceTest, MissingDestinationBufferFailsTheRow) {
+    hostkit::BatchOptions batchOptions;
+    batchOptions.bNoDestination = true;
+    const auto result = RunRows(InstanceOptions{}, {kValid}, QRNP_METHOD_MASK, batchOptions);
+    EXPECT_EQ(result.iService, -2);
+    EXPECT_EQ(result.rows[0].iStatus, 4402);
+    EXPECT_TRUE(result.rows[0].bRejected);
+}
+
+TEST(ServiceTest, UnknownSwitchAtServiceTimeEndsTheCall) {
+    auto instance = hostkit::MakeInstance(Linked(), InstanceOptions{});
+    ASSERT_EQ(hostkit::InitInstance(*instance), 0);
+    instance->switchText = L"XX";
+    instance->ctrl.pSwitch.pVal = instance->switchText.c_str();
+    hostkit::Batch batch;
+    hostkit::FillBatch(*instance, {{false, kValid}, {false, kValid}}, &batch);
+    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 4409);
+    EXPECT_FALSE(batch.rows[1].bTaken);
+    hostkit::TerminateInstance(*instance);
+}
+
+}  // namespace
