@@ -1,0 +1,58 @@
+// French INSEE numbers: masking, random generation, the key and the commune table.
+//
+// All functions work on compact 15-character wide strings (no separator) and
+// write 15 characters and a NUL. They allocate nothing.
+#ifndef QRNP_COUNTRIES_FR_QRNPNIDFRALGO_H
+#define QRNP_COUNTRIES_FR_QRNPNIDFRALGO_H
+
+#include <cstdint>
+
+#include "countries/fr/QRNPNidFrFlags.h"
+
+// One department's row of the commune table.
+struct DeptRow {
+    int16_t sHighest;           // largest commune number in use (-1 for row 96)
+    const int16_t* pUnused;     // the numbers 1..sHighest not in use, ascending;
+                                // {-1} when there are none, {-2} for row 96
+    int16_t sUnusedCount;       // entries in pUnused (at least 1)
+};
+
+// Rows 0..97 by department number: row 0 is "2B", row 20 is "2A", row 96 has
+// no communes, row 97 holds the overseas departments 971-974 (the commune
+// field is the department's third digit followed by two digits). Generated
+// from data/fr_communes.csv into QRNPNidFrAlgoExt.cpp.
+extern const DeptRow deptTable[98];
+
+// bsearch comparison of two commune numbers: reads both as int16_t and
+// returns a - b.
+int CompareCommunes(const void* a, const void* b);
+
+// True when commune iCommune is in use in department row iDept: 1 <= iCommune,
+// iDept in 0..97 but not 96, iCommune <= the row's highest, and iCommune not
+// in the row's unused list.
+bool CommuneIsValid(int32_t iDept, int32_t iCommune);
+
+// The check key of the 13 digits at pThirteen (positions 0-12 of a number;
+// only those 13 characters are read). With bCorsica the department's second
+// character (position 6, "A" or "B" in any case) is read as "0", so both
+// Corsican departments are keyed as "20". *piKey = 97 - (n mod 97), 1..97.
+// Returns 0, or 4404 when the 13 characters are not all digits.
+uint32_t InseeKey(const wchar_t* pThirteen, bool bCorsica, int32_t* piKey);
+
+// Masks the compact number inseeInValue (15 characters the row driver has
+// checked) under the option flags FR_FLAG_SEX .. FR_FLAG_COMMUNE (other bits
+// are ignored) into inseeOutValue (room for 16 wide characters). The order
+// number is always masked and the key recomputed. Deterministic.
+// Returns 0; 4454 sex digit not 1, 2, 7 or 8 (with FR_FLAG_SEX); 4455 the
+// commune row to search is not a department (cannot happen for a checked
+// value); 4457 commune below 1 (with FR_FLAG_COMMUNE); 4404 key conversion
+// failed; or the code of a failed field conversion (66, e.g. for a
+// lower-case "2a": only "2A" and "2B" are read as Corsica).
+uint32_t MaskINSEE(const wchar_t* inseeInValue, uint64_t lOptionFlags, wchar_t* inseeOutValue);
+
+// Writes a fresh well-formed number into inseeOutValue (room for 16 wide
+// characters) from rand(); the first call in the process seeds it with
+// srand(time(NULL)). Returns 0, or 4404 when the key conversion fails.
+uint32_t RandomINSEE(wchar_t* inseeOutValue);
+
+#endif

@@ -1,0 +1,177 @@
+#include "countries/fr/QRNPNidFrS.h"
+
+#include "common/trace.h"
+#include "countries/country_setup.h"
+#include "countries/fr/QRNPNidFrAlgo.h"
+#include "countries/row_driver.h"
+
+namespace {
+
+constexpr const char* kComponent = "QRNPNidFrS";
+constexpr const wchar_t* kCountry = L"France";
+constexpr uint32_t kWorkBufBytes = 84;
+
+CountryOptionBlock* FrenchBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->blockD; }
+
+uint16_t& PartsOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[1]; }
+uint16_t& SeparatorOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[2]; }
+
+bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
+wchar_t Upper(wchar_t c) { return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - L'a' + L'A') : c; }
+
+// Invalid data: 4404-4407 and the French field checks 4454-4458.
+bool IsInvalidData(uint32_t iCode) {
+    const uint32_t iBit = iCode - QRNP_MSG_SOURCE_CONVERSION;
+    return iBit <= 54 && ((0x7C00000000000FULL >> iBit) & 1) != 0;
+}
+
+uint32_t CheckLayout(RowContext& ctx) {
+    wchar_t* s = ctx.pInBuf;
+    const uint16_t sSeparator = SeparatorOption(ctx.pBlock);
+    if (ctx.iInLength != FR_INSEE_LEN && ctx.iInLength != FR_INSEE_SEPARATED_LEN)
+        return ReportRowError(ctx, QRNP_MSG_INVALID_LENGTH, nullptr,
+                              {RowToken::Value, RowToken::Length, RowToken::Country});
+    if (ctx.iInLength == FR_INSEE_SEPARATED_LEN) {
+        const wchar_t sep = s[FR_POS_KEY];
+        if (sep != L'-' && sep != L' ')
+            return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
+                                  {RowToken::Value, RowToken::Country});
+        if (sSeparator == 2) ctx.lRowFlags |= sep == L'-' ? FR_FLAG_HYPHEN : FR_FLAG_BLANK;
+        RemoveCharAt(s, &ctx.iInLength, FR_POS_KEY);
+    } else if (sSeparator == 2) {
+        ctx.lRowFlags |= FR_FLAG_NO_SEPARATOR;
+    }
+    // Position 6 is settled by the department check below.
+    for (int32_t i = 0; i < FR_INSEE_LEN; ++i) {
+        if (i != FR_POS_DEPT + 1 && !IsDigit(s[i]))
+            return ReportRowError(ctx, QRNP_MSG_INVALID_SOURCE_DATA, "Invalid source data",
+                                  {RowToken::Value, RowToken::Country});
+    }
+    if (s[FR_POS_SEX] != L'1' && s[FR_POS_SEX] != L'2' && s[FR_POS_SEX] != L'7' && s[FR_POS_SEX] != L'8')
+        return ReportRowError(ctx, QRNP_MSG_FR_INVALID_SEX, "Invalid sex", {RowToken::Value});
+
+    int32_t iDept = 0;
+    const wchar_t d0 = s[FR_POS_DEPT], d1 = Upper(s[FR_POS_DEPT + 1]);
+    if (d0 == L'2' && d1 == L'A') {
+        iDept = FR_DEPT_2A;
+        ctx.lRowFlags |= FR_FLAG_ROW_2A;
+    } else if (d0 == L'2' && d1 == L'B') {
+        iDept = FR_DEPT_2B;
+        ctx.lRowFlags |= FR_FLAG_ROW_2B;
+    } else if (!ReadDigits(s, FR_POS_DEPT, 2, &iDept) || iDept < 1 || iDept > 97 || iDept == 20 || iDept == 96) {
+        return ReportRowError(ctx, QRNP_MSG_FR_INVALID_DEPT, "Invalid dept", {RowToken::Value});
+    }
+
+    int32_t iMonth = 0;
+    if (!ReadDigits(s, FR_POS_MONTH, 2, &iMonth) || iMonth < 1 || iMonth > 12)
+        return ReportRowError(ctx, QRNP_MSG_FR_INVALID_MONTH, "Invalid month", {RowToken::Value});
+
+    if ((ctx.pCtrlBlk->sProcFlags & QRNP_PROC_VALIDATE_FULLY) == 0) return 0;
+
+    int32_t iCommune = 0;
+    ReadDigits(s, FR_POS_COMMUNE, 3, &iCommune);
+    if (!CommuneIsValid(iDept, iCommune))
+        return ReportRowError(ctx, QRNP_MSG_FR_INVALID_COMMUNE, "Invalid commune", {RowToken::Value});
+
+    const bool bCorsica = (ctx.lRowFlags & (FR_FLAG_ROW_2A | FR_FLAG_ROW_2B)) != 0;
+    int32_t iKey = 0;
+    int32_t iGivenKey = 0;
+    if (InseeKey(s, bCorsica, &iKey) != 0)
+        return ReportRowError(ctx, QRNP_MSG_SOURCE_CONVERSION, "Error in source conversion", {RowToken::Country});
+    if (!ReadDigits(s, FR_POS_KEY, 2, &iGivenKey) || iGivenKey != iKey)
+        return ReportRowError(ctx, QRNP_MSG_FR_INVALID_KEY, "Invalid check digit", {RowToken::Value});
+    return 0;
+}
+
+uint32_t Mask(RowContext& ctx) {
+    const uint32_t iCode = MaskINSEE(ctx.pInBuf, ctx.lRowFlags, ctx.pOutBuf);
+    if (iCode != 0)
+        return ReportRowError(ctx, iCode, "Failed to mask MaskINSEE", {RowToken::Value, RowToken::Country});
+    return 0;
+}
+
+uint32_t Random(RowContext& ctx) {
+    const uint32_t iCode = RandomINSEE(ctx.pOutBuf);
+    if (iCode != 0) return ReportRowError(ctx, iCode, "Failed to mask RandomINSEE", {RowToken::Country});
+    return 0;
+}
+
+// The separator the row flags call for goes before the key.
+uint32_t FormatOutput(RowContext& ctx) {
+    if (ctx.lRowFlags & FR_FLAG_HYPHEN)
+        InsertCharAt(ctx.pOutBuf, FR_POS_KEY, L'-');
+    else if (ctx.lRowFlags & FR_FLAG_BLANK)
+        InsertCharAt(ctx.pOutBuf, FR_POS_KEY, L' ');
+    ctx.pOutBuf[FR_INSEE_SEPARATED_LEN] = L'\0';
+    return 0;
+}
+
+const CountryDriver kFrance = {
+    .pComponent = kComponent,
+    .pCountryName = kCountry,
+    .pfnBlock = FrenchBlock,
+    .pfnBeforeMethod = nullptr,
+    .pfnOtherMethod = nullptr,
+    .pfnCheckLayout = CheckLayout,
+    .pfnMask = Mask,
+    .pfnRandom = Random,
+    .pfnFormatOutput = FormatOutput,
+    .pfnIsInvalidData = IsInvalidData,
+    .pDstConversionTrace = "Error in dest conversion",
+};
+
+}  // namespace
+
+uint32_t InitCountryFR(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
+    TRC_ENTRY(kComponent, "InitCountryFR");
+    CountryOptionBlock* pBlock = FrenchBlock(pNidCtrlBlk);
+    if (const uint32_t iCode = CheckColumn(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk, kComponent, kCountry)) {
+        TRC_EXIT(kComponent, "InitCountryFR", iCode);
+        return iCode;
+    }
+
+    pBlock->lOptionFlags = 0;
+    const uint16_t sParts = PartsOption(pBlock);
+    if (sParts == 0) {
+        pBlock->lOptionFlags = FR_FLAG_DEFAULT_PARTS;
+        TRC_TEXT(kComponent, "Setting the parts to mask default parts");
+    } else {
+        if (sParts & 1) pBlock->lOptionFlags |= FR_FLAG_SEX;
+        if (sParts & 2) pBlock->lOptionFlags |= FR_FLAG_YEAR;
+        if (sParts & 4) pBlock->lOptionFlags |= FR_FLAG_MONTH;
+        if (sParts & 8) pBlock->lOptionFlags |= FR_FLAG_DEPT | FR_FLAG_COMMUNE;  // a new department needs a new commune
+        if (sParts & 16) pBlock->lOptionFlags |= FR_FLAG_COMMUNE;
+        if ((sParts & 31) == 0) {
+            const uint32_t iCode = ReportSetupError(pCtrlBlk, kComponent, kCountry, QRNP_MSG_INVALID_PARTS_OPTION,
+                                                    nullptr, {RowToken::Country});
+            TRC_EXIT(kComponent, "InitCountryFR", iCode);
+            return iCode;
+        }
+    }
+
+    const int16_t sSeparator = static_cast<int16_t>(SeparatorOption(pBlock));
+    switch (sSeparator) {
+        case 0: SeparatorOption(pBlock) = 2; break;
+        case 1: pBlock->lOptionFlags |= FR_FLAG_NO_SEPARATOR; break;
+        case 2: break;
+        case 8: pBlock->lOptionFlags |= FR_FLAG_HYPHEN; break;
+        case 16: pBlock->lOptionFlags |= FR_FLAG_BLANK; break;
+        default: {
+            ErrorCapture(pCtrlBlk, 0, QRNP_MSG_INVALID_SEPARATOR_OPTION, 2);
+            TokenCapture(pCtrlBlk, &sSeparator, QRNP_TV_INT16, QRNP_TOKID_SEP, 0);
+            TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
+            TRC_TEXT(kComponent, "Invalid Separator");
+            TRC_EXIT(kComponent, "InitCountryFR", QRNP_MSG_INVALID_SEPARATOR_OPTION);
+            return QRNP_MSG_INVALID_SEPARATOR_OPTION;
+        }
+    }
+
+    const uint32_t iCode = AcquireWorkBuffer(pCtrlBlk, pNidCtrlBlk, pBlock, kWorkBufBytes, kComponent, kCountry);
+    TRC_EXIT(kComponent, "InitCountryFR", iCode);
+    return iCode;
+}
+
+uint32_t RBPNIDMaskFR(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,
+                      int32_t iRownum) {
+    return RunRowDriver(kFrance, sMethod, pCtrlBlk, pRow, pNidCtrlBlk, pFldDef, iRownum);
+}

@@ -1,0 +1,257 @@
+// France end to end through the entry points: layouts, checks, exits, options.
+#include <gtest/gtest.h>
+
+#include "support/run_rows.h"
+
+namespace {
+
+using hostkit::InstanceOptions;
+using testsupport::RunRows;
+
+const std::wstring kValid = L"185057800608491";  // key 91 = 97 - (1850578006084 mod 97)
+
+InstanceOptions French(uint16_t sProcFlags = 0, std::vector<std::pair<uint16_t, uint32_t>> operands = {}) {
+    InstanceOptions options;
+    options.sProcFlags = sProcFlags;
+    options.operands = std::move(operands);
+    return options;
+}
+
+TEST(FranceDriverTest, LayoutsAndFieldChecks) {
+    struct Case {
+        const wchar_t* pValue;
+        uint16_t sFlags;
+        int32_t iStatus;
+    };
+    const Case cases[] = {
+        {L"185057800608491", 0, 0},
+        {L"  185057800608491  ", 0, 0},
+        {L"1850578006084-91", 0, 0},
+        {L"1850578006084 91", 0, 0},
+        {L"1850578006084/91", 0, 4406},
+        {L"18505780060849", 0, 4405},
+        {L"18505780060849100", 0, 4405},
+        {L"18505780060849X", 0, 4407},
+        {L"185057X00608491", 0, 4455},     // position 6 is left to the department check
+        {L"385057800608491", 0, 4454},
+        {L"185052000608491", 0, 4455},     // department 20
+        {L"185059600608491", 0, 4455},
+        {L"185059800608491", 0, 4455},
+        {L"185052A00608491", 0, 0},
+        {L"185052B00608491", 0, 0},
+        // Lower case passes the checks, but the algorithm reads only capitals:
+        // the conversion of "2a" fails as a masking failure.
+        {L"185052a00608491", 0, QRNP_CNV_NOT_A_NUMBER},
+        {L"185052b00608491", 0, QRNP_CNV_NOT_A_NUMBER},
+        {L"185137800608491", 0, 4456},
+        {L"185007800608491", 0, 4456},
+        {L"185057800608492", 0, 0},        // wrong key: only a full validation sees it
+        {L"185057800608492", 1, 4458},
+        {L"185057800608491", 1, 0},
+        {L"185057899908491", 0, 0},        // unknown commune 999 in department 78
+        {L"185057899908491", 1, 4457},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(French(c.sFlags), {std::wstring(c.pValue)});
+        ASSERT_EQ(result.iInit, 0);
+        EXPECT_EQ(result.rows[0].iStatus, c.iStatus) << hostkit::ToUtf8(c.pValue);
+        EXPECT_EQ(result.rows[0].bRejected, c.iStatus != 0) << hostkit::ToUtf8(c.pValue);
+        EXPECT_EQ(result.iService, c.iStatus != 0 ? -2 : 0);
+    }
+}
+
+TEST(FranceDriverTest, MessagesCarryTheirTokens) {
+    auto result = RunRows(French(), {L"18505780060849"});
+    ASSERT_EQ(result.messages.size(), 1u);
+    const hostkit::Message& length = result.messages[0];
+    EXPECT_EQ(length.iMessage, 4405u);
+    EXPECT_EQ(length.iRow, 1u);
+    EXPECT_EQ(testsupport::TokenText(length, QRNP_TOKID_SRCDATA), L"18505780060849");
+    EXPECT_EQ(testsupport::TokenText(length, QRNP_TOKID_SRCLEN), L"14");
+    EXPECT_EQ(testsupport::TokenText(length, QRNP_TOKID_COUNTRY), L"France");
+
+    result = RunRows(French(), {L"385057800608491"});
+    ASSERT_EQ(result.messages.size(), 1u);
+    EXPECT_EQ(result.messages[0].sDeclaredTokens, 1);
+    EXPECT_EQ(testsupport::TokenText(result.messages[0], QRNP_TOKID_SRCDATA), L"385057800608491");
+}
+
+TEST(FranceDriverTest, InvalidDataPassesThroughOnlyWhenAsked) {
+    for (bool bSeparate : {true, false}) {
+        InstanceOptions options = French(2);
+        options.bSeparateDestination = bSeparate;
+        const auto passed = RunRows(options, {L"385057800608491"});
+        EXPECT_EQ(passed.rows[0].iStatus, 4454);
+        EXPECT_FALSE(passed.rows[0].bRejected);
+        EXPECT_EQ(passed.rows[0].output, L"385057800608491");
+        EXPECT_EQ(passed.iService, -2);
+        EXPECT_EQ(passed.iTerminate, 0);
+
+        options.sProcFlags = 0;
+        const auto rejected = RunRows(options, {L"385057800608491"});
+        EXPECT_TRUE(rejected.rows[0].bRejected);
+        EXPECT_EQ(rejected.iTerminate, -2);
+        if (bSeparate) EXPECT_EQ(rejected.rows[0].output, L"") << "the destination is left as it was";
+    }
+    // A masking failure is not invalid data: lower-case Corsica passes the
+    // checks but the algorithm reads only capitals, so the row is rejected.
+    const auto failed = RunRows(French(2), {L"185052a00608491"});
+    EXPECT_NE(failed.rows[0].iStatus, 0);
+    EXPECT_TRUE(failed.rows[0].bRejected);
+    ASSERT_EQ(failed.messages.size(), 1u);
+    EXPECT_EQ(testsupport::TokenText(failed.messages[0], QRNP_TOKID_COUNTRY), L"France");
+}
+
+TEST(FranceDriverTest, EmptyAndBlankValuesPassThrough) {
+    const auto result = RunRows(French(), {L"", L"     "});
+    EXPECT_EQ(result.rows[0].iStatus, 74);
+    EXPECT_EQ(result.rows[1].iStatus, 4403);
+    EXPECT_EQ(result.rows[1].output, L"     ");
+    EXPECT_FALSE(result.rows[0].bRejected);
+    EXPECT_FALSE(result.rows[1].bRejected);
+    EXPECT_EQ(result.iService, -2) << "a non-zero cell status counts the row as failed";
+}
+
+TEST(FranceDriverTest, EveryCharacterTypeInPlaceOrNot) {
+    const auto reference = RunRows(French(), {kValid});
+    ASSERT_EQ(reference.rows[0].iStatus, 0);
+    const std::wstring masked = *reference.rows[0].output;
+    EXPECT_NE(masked, kValid);
+    for (int16_t sType : {CHAR, VARCHAR, VARCHAR_SZ, WCHAR, WVARCHAR, WVARCHAR_SZ}) {
+        for (bool bSeparate : {true, false}) {
+            InstanceOptions options = French();
+            options.sDataType = sType;
+            options.iLength = 20;
+            options.bSeparateDestination = bSeparate;
+            const auto result = RunRows(options, {kValid});
+            ASSERT_EQ(result.rows[0].iStatus, 0) << "type " << sType;
+            EXPECT_TRUE(result.bGuardsIntact);
+            std::wstring expected = masked;
+            if (sType == CHAR || sType == WCHAR) expected.resize(20, L' ');  // fixed width keeps its padding
+            EXPECT_EQ(result.rows[0].output, expected) << "type " << sType << " separate " << bSeparate;
+        }
+    }
+}
+
+TEST(FranceDriverTest, SeparatorOptions) {
+    struct Case {
+        uint32_t iOption;
+        const wchar_t* pSource;
+        wchar_t expectedAt13;  // 0: compact output
+    };
+    const Case cases[] = {
+        {0, L"1850578006084-91", L'-'}, {2, L"1850578006084 91", L' '}, {2, L"185057800608491", 0},
+        {1, L"1850578006084-91", 0},    {8, L"185057800608491", L'-'},  {16, L"1850578006084-91", L' '},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(French(0, {{QRNP_OPR_FR_SEPARATOR, c.iOption}}), {std::wstring(c.pSource)});
+        ASSERT_EQ(result.rows[0].iStatus, 0);
+        const std::wstring& out = *result.rows[0].output;
+        if (c.expectedAt13 == 0) {
+            EXPECT_EQ(out.size(), 15u) << c.iOption;
+        } else {
+            ASSERT_EQ(out.size(), 16u) << c.iOption;
+            EXPECT_EQ(out[13], c.expectedAt13) << c.iOption;
+        }
+    }
+}
+
+TEST(FranceDriverTest, InvalidOptionsFailInit) {
+    struct Case {
+        std::vector<std::pair<uint16_t, uint32_t>> operands;
+        std::vector<uint32_t> captured;
+    };
+    const Case cases[] = {
+        {{{QRNP_OPR_FR_SEPARATOR, 3}}, {4360, 4453, 4353}},
+        {{{QRNP_OPR_FR_SEPARATOR, 0xFFFF}}, {4360, 4453, 4353}},
+        {{{QRNP_OPR_FR_PARTS, 32}}, {4362, 4453, 4353}},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(French(0, c.operands), {kValid});
+        EXPECT_EQ(result.iInit, 4353);
+        std::vector<uint32_t> captured;
+        for (const auto& m : result.messages) captured.push_back(m.iMessage);
+        EXPECT_EQ(captured, c.captured);
+    }
+    InstanceOptions numeric = French();
+    numeric.sDataType = INTEGER;
+    const auto result = RunRows(numeric, {L"1"});
+    EXPECT_EQ(result.iInit, 4353);
+    ASSERT_FALSE(result.messages.empty());
+    EXPECT_EQ(result.messages[0].iMessage, 4354u);
+    EXPECT_EQ(testsupport::TokenText(result.messages[0], QRNP_TOKID_SRC_DATATYPE), L"9");
+    EXPECT_EQ(testsupport::TokenText(result.messages[0], QRNP_TOKID_COLNAME), L"NID");
+}
+
+TEST(FranceDriverTest, PartsToMask) {
+    // Default: sex, year, month and commune change; the department stays.
+    const auto byDefault = RunRows(French(), {kValid});
+    EXPECT_EQ(byDefault.rows[0].output->substr(5, 2), L"78");
+    // The department alone brings the commune along.
+    const auto dept = RunRows(French(0, {{QRNP_OPR_FR_PARTS, 8}}), {kValid});
+    const std::wstring& out = *dept.rows[0].output;
+    EXPECT_EQ(out.substr(0, 5), kValid.substr(0, 5));
+    EXPECT_EQ(out.substr(5, 2), L"87");
+    EXPECT_NE(out.substr(7, 3), kValid.substr(7, 3));
+}
+
+TEST(FranceDriverTest, WorkingBufferGrowsAndNeverShrinks) {
+    auto instance = hostkit::MakeInstance(testsupport::Linked(), French());
+    ASSERT_EQ(hostkit::InitInstance(*instance), 0);
+    auto* pNid = static_cast<NidCtrlBlk*>(instance->ctrl.pProviderPrivate);
+    EXPECT_EQ(pNid->blockD.iWorkBufSize, 84u);
+    hostkit::Batch batch;
+    hostkit::FillBatch(*instance, {{false, std::wstring(500, L'1')}, {false, kValid}}, &batch);
+    hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK);
+    EXPECT_EQ(pNid->blockD.iWorkBufSize, 501u * 4);
+    EXPECT_EQ(pNid->HeapMaxAlloc, 501u * 4);
+    EXPECT_EQ(hostkit::ReadRow(*instance, batch, 0).iStatus, 4405);
+    EXPECT_EQ(hostkit::ReadRow(*instance, batch, 1).iStatus, 0);
+    hostkit::Batch small;
+    hostkit::FillBatch(*instance, {{false, kValid}}, &small);
+    hostkit::ServiceBatch(*instance, small, QRNP_METHOD_MASK);
+    EXPECT_EQ(pNid->blockD.iWorkBufSize, 501u * 4);
+
+    // A working buffer that cannot grow rejects the row with 106.
+    hostkit::ResetErrors(*instance);
+    hostkit::FillBatch(*instance, {{false, std::wstring(900, L'1')}}, &batch);
+    KNL_Heap_FailNthCall(1);
+    hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK);
+    KNL_Heap_FailNthCall(0);
+    const auto row = hostkit::ReadRow(*instance, batch, 0);
+    EXPECT_EQ(row.iStatus, 106);
+    EXPECT_TRUE(row.bRejected);
+    const auto messages = hostkit::ReadErrors(instance->ctrl.pEAB);
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_PROVIDER), L"NID");
+    hostkit::TerminateInstance(*instance);
+}
+
+// Generated numbers are well formed, mask with every row served, and the
+// masked numbers pass the full validation again.
+TEST(FranceDriverTest, GeneratedNumbersMaskAndRevalidate) {
+    constexpr int kRows = 100000;
+    auto instance = hostkit::MakeInstance(testsupport::Linked(), French(1));
+    ASSERT_EQ(hostkit::InitInstance(*instance), 0);
+    hostkit::Batch batch;
+    hostkit::FillBatch(*instance, std::vector<hostkit::CellValue>(kRows, {true, L""}), &batch);
+    ASSERT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_RANDOM), 0);
+    std::vector<hostkit::CellValue> generated;
+    for (int i = 0; i < kRows; ++i) generated.push_back({false, *hostkit::ReadRow(*instance, batch, i).output});
+
+    for (int pass = 0; pass < 2; ++pass) {
+        hostkit::FillBatch(*instance, generated, &batch);
+        ASSERT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 0) << "pass " << pass;
+        for (int i = 0; i < kRows; ++i) generated[static_cast<size_t>(i)].text = *hostkit::ReadRow(*instance, batch, i).output;
+    }
+    EXPECT_EQ(hostkit::TerminateInstance(*instance), 0);
+}
+
+TEST(FranceDriverTest, MaskingIsDeterministic) {
+    const auto first = RunRows(French(), {kValid, L"2991299999999  "});
+    const auto second = RunRows(French(), {kValid, L"2991299999999  "});
+    EXPECT_EQ(first.rows[0].output, second.rows[0].output);
+    EXPECT_EQ(first.rows[1].iStatus, second.rows[1].iStatus);
+}
+
+}  // namespace
