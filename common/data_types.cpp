@@ -114,7 +114,7 @@ extern "C" int32_t GetDataTypeBytes(const ColumnDef* pColumnDef, int32_t* piByte
     if (iBytes == kColumnBytes) iBytes = pColumnDef->iLength;
     else if (iBytes == kWideColumnBytes) iBytes = pColumnDef->iLength * 4;
     if (piBytes != nullptr) *piBytes = iBytes;
-    TRC_VAR(kCmnComp, "iBytes", KNL_TRC_I32, &iBytes);
+    TRC_VAR(kCmnComp, "piBytes", KNL_TRC_I32, &iBytes);
     TRC_EXIT(kCmnComp, "GetDataTypeBytes", 0);
     return 0;
 }
@@ -184,7 +184,7 @@ extern "C" int32_t QRNPGetSourceDataLen(const FieldDef* pFldDef, const ColumnDef
         }
     }
     if (piLength != nullptr) *piLength = iLength;
-    TRC_VAR(kCmnComp, "iLength", KNL_TRC_I32, &iLength);
+    TRC_VAR(kCmnComp, "piLength", KNL_TRC_I32, &iLength);
     TRC_EXIT(kCmnComp, "QRNPGetSourceDataLen", 0);
     return 0;
 }

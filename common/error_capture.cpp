@@ -195,8 +195,16 @@ extern "C" int32_t ErrorCaptureEAB(EAB* pEAB, uint32_t iRowNumber, uint32_t iMes
         TRC_EXIT(kCmnComp, "ErrorCaptureEAB", -1);
         return -1;
     }
-    if (pEAB->pFirst == nullptr || pEAB->pLast == nullptr) pEAB->pFirst = pEntry;
-    else pEAB->pLast->pNext = pEntry;
+    if (pEAB->pFirst == nullptr) {
+        pEAB->pFirst = pEntry;
+    } else {
+        ErrorEntry* pTail = pEAB->pLast;
+        if (pTail == nullptr) {  // an anchor without its last pointer: find the tail
+            pTail = pEAB->pFirst;
+            while (pTail->pNext != nullptr) pTail = pTail->pNext;
+        }
+        pTail->pNext = pEntry;
+    }
     pEAB->pLast = pEntry;
 
     std::memcpy(pEntry->cEyeCatcher, QRNP_ERROR_EYECATCHER, sizeof pEntry->cEyeCatcher);
