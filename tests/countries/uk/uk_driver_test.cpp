@@ -243,31 +243,4 @@ TEST(UkDriverTest, RandomValuesTakeTheConfiguredForm) {
     }
 }
 
-TEST(UkDriverTest, CharacterColumnsInPlaceOrNot) {
-    for (int16_t sType : {CHAR, VARCHAR, VARCHAR_SZ, WCHAR, WVARCHAR, WVARCHAR_SZ}) {
-        for (bool bSeparate : {true, false}) {
-            InstanceOptions options = British();
-            options.sDataType = sType;
-            options.iLength = 14;
-            options.bSeparateDestination = bSeparate;
-            const auto result = RunRows(options, {L"AB-12-34-56-C"});
-            ASSERT_EQ(result.rows[0].iStatus, 0) << "type " << sType;
-            EXPECT_TRUE(result.bGuardsIntact);
-            std::wstring expected = L"AB-89-79-52-C";
-            if (sType == CHAR || sType == WCHAR) expected.resize(14, L' ');
-            EXPECT_EQ(result.rows[0].output, expected) << "type " << sType << " separate " << bSeparate;
-        }
-    }
-}
-
-TEST(UkDriverTest, MaskingIsDeterministic) {
-    const std::vector<std::optional<std::wstring>> values = {L"AB123456C", L"zy-00-00-01", L"HX 999999 b"};
-    const auto first = RunRows(British({{QRNP_OPR_UK_DATA, 1}}), values);
-    const auto second = RunRows(British({{QRNP_OPR_UK_DATA, 1}}), values);
-    for (size_t i = 0; i < values.size(); ++i) {
-        EXPECT_EQ(first.rows[i].iStatus, 0);
-        EXPECT_EQ(first.rows[i].output, second.rows[i].output);
-    }
-}
-
 }  // namespace
