@@ -1,11 +1,13 @@
 #include "provider/country_table.h"
 
 #include "countries/fr/QRNPNidFrS.h"
+#include "countries/uk/QRNPNidUkS.h"
 
 namespace {
 
 const CountryEntry kCountries[] = {
     {QRNP_COUNTRY_FR, L"France", QRNP_MSG_FR_INIT_FAILED, InitCountryFR, RBPNIDMaskFR, false},
+    {QRNP_COUNTRY_UK, L"UK", QRNP_MSG_UK_INIT_FAILED, InitCountryUK, RBPNIDMaskUK, false},
 };
 
 }  // namespace
