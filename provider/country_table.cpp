@@ -1,11 +1,13 @@
 #include "provider/country_table.h"
 
+#include "countries/es/QRNPNidEsS.h"
 #include "countries/fr/QRNPNidFrS.h"
 
 namespace {
 
 const CountryEntry kCountries[] = {
     {QRNP_COUNTRY_FR, L"France", QRNP_MSG_FR_INIT_FAILED, InitCountryFR, RBPNIDMaskFR, false},
+    {QRNP_COUNTRY_ES, L"Spain", QRNP_MSG_ES_INIT_FAILED, InitCountryES, RBPNIDMaskES, true},
 };
 
 }  // namespace
