@@ -93,15 +93,6 @@ TEST(EsRandomNIF, RangesAndLeadingZeros) {
     }
 }
 
-TEST(EsControlLetter, Values) {
-    struct Case {
-        uint64_t n;
-        char letter;
-    };
-    const Case cases[] = {{12345678, 'Z'}, {1234567, 'L'}, {0, 'T'}, {22, 'E'}, {23, 'T'}, {99999999, 'R'}};
-    for (const Case& c : cases) EXPECT_EQ(ControlLetter(c.n), c.letter) << c.n;
-}
-
 TEST(EsCharacterCompare, SixteenBitDifference) {
     struct Case {
         wchar_t a, b;

@@ -1,6 +1,6 @@
-// Large batches: well-formed NIFs and NIEs in every accepted form mask with
+// A large batch: well-formed NIFs and NIEs in every accepted form mask with
 // every row served, keep their form when the source's style is kept, and
-// every output passes the full validation again; so do random identifiers.
+// every output passes the full validation again.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -98,23 +98,6 @@ TEST(SpainBulkTest, EveryFormMasksKeepsItsShapeAndRevalidates) {
     const auto again = RunRows(Spanish(QRNP_PROC_VALIDATE_FULLY, 2), AsCells(outputs));
     EXPECT_EQ(again.iService, 0);
     EXPECT_TRUE(again.messages.empty());
-}
-
-TEST(SpainBulkTest, RandomIdentifiersRevalidate) {
-    // Sources with the eight-digit mark draw eight digits, others seven.
-    std::vector<std::optional<std::wstring>> sources;
-    for (int i = 0; i < kRows; ++i) sources.push_back(i % 2 == 0 ? L"12345678Z" : L"X1234567L");
-    const auto generated = RunRows(Spanish(0, 2), sources, QRNP_METHOD_RANDOM);
-    ASSERT_EQ(generated.iService, 0);
-    std::vector<std::wstring> outputs;
-    for (const auto& row : generated.rows) {
-        ASSERT_EQ(row.iStatus, 0);
-        ASSERT_TRUE(WellFormed(*row.output)) << hostkit::ToUtf8(*row.output);
-        outputs.push_back(*row.output);
-    }
-    const auto validated = RunRows(Spanish(QRNP_PROC_VALIDATE_FULLY, 2), AsCells(outputs));
-    EXPECT_EQ(validated.iService, 0);
-    EXPECT_TRUE(validated.messages.empty());
 }
 
 }  // namespace

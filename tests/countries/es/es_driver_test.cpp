@@ -317,14 +317,4 @@ TEST(SpainDriverTest, UnconvertibleSourceFailsOnlyWhenMasked) {
     }
 }
 
-TEST(SpainDriverTest, MaskingIsDeterministic) {
-    const std::vector<std::optional<std::wstring>> values = {L"87654321X", L"X-7654321-B", L"7654321 X"};
-    const auto first = RunRows(Spanish(), values);
-    const auto second = RunRows(Spanish(), values);
-    for (size_t i = 0; i < values.size(); ++i) {
-        ASSERT_EQ(first.rows[i].iStatus, 0);
-        EXPECT_EQ(first.rows[i].output, second.rows[i].output);
-    }
-}
-
 }  // namespace
