@@ -1,5 +1,6 @@
 #include "provider/country_table.h"
 
+#include "countries/es/QRNPNidEsS.h"
 #include "countries/fr/QRNPNidFrS.h"
 #include "countries/uk/QRNPNidUkS.h"
 
@@ -8,6 +9,7 @@ namespace {
 const CountryEntry kCountries[] = {
     {QRNP_COUNTRY_FR, L"France", QRNP_MSG_FR_INIT_FAILED, InitCountryFR, RBPNIDMaskFR, false},
     {QRNP_COUNTRY_UK, L"UK", QRNP_MSG_UK_INIT_FAILED, InitCountryUK, RBPNIDMaskUK, false},
+    {QRNP_COUNTRY_ES, L"Spain", QRNP_MSG_ES_INIT_FAILED, InitCountryES, RBPNIDMaskES, true},
 };
 
 }  // namespace

@@ -1,0 +1,270 @@
+#include "countries/es/QRNPNidEsS.h"
+
+#include "common/trace.h"
+#include "countries/country_setup.h"
+#include "countries/es/QRNPNidEsAlgo.h"
+#include "countries/row_driver.h"
+
+namespace {
+
+constexpr const char* kComponent = "QRNPNidEsS";
+constexpr const wchar_t* kCountry = L"Spain";
+constexpr uint32_t kWorkBufBytes = 64;
+
+// Per-row state in ctx.lScratch, set by BeforeMethod for every row.
+enum Scratch {
+    kMark = 0,      // the eight-digit mark
+    kDigitStart,    // where the digits start in the trimmed working string
+    kDigitCount,    // 7 or 8
+    kIsNIE          // the value starts with the NIE prefix
+};
+
+CountryOptionBlock* SpanishBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->blockA; }
+
+uint16_t& SeparatorOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[2]; }
+
+bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
+bool IsAlnum(wchar_t c) { return IsDigit(c) || (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z'); }
+bool IsSeparator(wchar_t c) { return c == L'-' || c == L' '; }
+
+// Invalid data: 4404-4407, and the control letter 4479 on its own.
+bool IsInvalidData(uint32_t iCode) {
+    return (iCode >= QRNP_MSG_SOURCE_CONVERSION && iCode <= QRNP_MSG_INVALID_SOURCE_DATA) ||
+           iCode == QRNP_MSG_ES_INVALID_SUFFIX;
+}
+
+// The separator the flags call for: "-", a blank, or none (0).
+wchar_t SeparatorOf(uint64_t lFlags) {
+    if (lFlags & ES_FLAG_HYPHEN) return L'-';
+    if (lFlags & ES_FLAG_BLANK) return L' ';
+    return 0;
+}
+
+// With separator option 2 the source's style is recorded for the output.
+void KeepSeparatorStyle(RowContext& ctx, wchar_t sep) {
+    if (SeparatorOption(ctx.pBlock) != 2) return;
+    if (sep == 0)
+        ctx.lRowFlags |= ES_FLAG_NO_SEPARATOR;
+    else
+        ctx.lRowFlags |= (sep == L'-') ? ES_FLAG_HYPHEN : ES_FLAG_BLANK;
+}
+
+// Writes the identifier into pOut: "X", separator, digits, separator, letter
+// for an NIE; digits, separator, letter for a NIF; no separator when sep is
+// 0. Every character is written, so the destination gets the whole
+// identifier (an eight-digit NIF included).
+void AssembleOutput(wchar_t* pOut, bool bNIE, const wchar_t* pDigits, int32_t iDigits, wchar_t sep, char letter) {
+    int32_t i = 0;
+    if (bNIE) {
+        pOut[i++] = prefix;
+        if (sep != 0) pOut[i++] = sep;
+    }
+    for (int32_t d = 0; d < iDigits; ++d) pOut[i++] = pDigits[d];
+    if (sep != 0) pOut[i++] = sep;
+    pOut[i++] = static_cast<wchar_t>(letter);
+    pOut[i] = L'\0';
+}
+
+// The eight-digit mark is taken from the length the source converter reports,
+// before the method test and before trimming. A source that cannot be
+// converted leaves the mark clear: the mask path converts it again and
+// reports the failure; a random row does not need it.
+uint32_t BeforeMethod(RowContext& ctx) {
+    TRC_ENTRY(kComponent, "BeforeMethod");
+    ctx.lScratch[kMark] = 0;
+    ctx.lScratch[kDigitStart] = 0;
+    ctx.lScratch[kDigitCount] = ES_DIGITS_SHORT;
+    ctx.lScratch[kIsNIE] = 0;
+    if (ctx.pFldDef->pSrc != nullptr && LoadSource(ctx) == 0 && ctx.iConvertedLength == ES_COMPACT_LEN) {
+        bool bMark = true;
+        for (int32_t i = 0; i < ES_DIGITS_LONG && bMark; ++i) bMark = IsDigit(ctx.pInBuf[i]);
+        ctx.lScratch[kMark] = bMark ? 1 : 0;
+    }
+    TRC_VAR(kComponent, "bEightDigits", KNL_TRC_I64, &ctx.lScratch[kMark]);
+    TRC_EXIT(kComponent, "BeforeMethod", 0);
+    return 0;
+}
+
+// Reads the digits and, under a full validation, checks the letter at iLetterPos.
+uint32_t ReadNumber(RowContext& ctx, int32_t iStart, int32_t iCount, int32_t iLetterPos, const char* pSuffixTrace) {
+    int32_t iNumber = 0;
+    if (QRNPCnvWVarcharSzToInt(ctx.pInBuf, &iNumber, iStart, iCount) != 0)
+        return ReportRowError(ctx, QRNP_MSG_INVALID_SOURCE_DATA, "Invalid source data",
+                              {RowToken::Value, RowToken::Country});
+    TRC_VAR(kComponent, "iNumber", KNL_TRC_I32, &iNumber);
+    if ((ctx.pCtrlBlk->sProcFlags & QRNP_PROC_VALIDATE_FULLY) != 0 &&
+        ctx.pInBuf[iLetterPos] != static_cast<wchar_t>(ControlLetter(static_cast<uint64_t>(iNumber))))
+        return ReportRowError(ctx, QRNP_MSG_ES_INVALID_SUFFIX, pSuffixTrace, {RowToken::Value});
+    ctx.lScratch[kDigitStart] = iStart;
+    ctx.lScratch[kDigitCount] = iCount;
+    return 0;
+}
+
+uint32_t CheckLayoutImpl(RowContext& ctx) {
+    const wchar_t* s = ctx.pInBuf;
+    const int32_t L = ctx.iInLength;
+    int32_t iAlnum = 0;
+    for (int32_t i = 0; i < L; ++i) iAlnum += IsAlnum(s[i]) ? 1 : 0;
+    if (L < ES_MIN_LEN || L > ES_MAX_LEN || (iAlnum != 8 && iAlnum != 9))
+        return ReportRowError(ctx, QRNP_MSG_INVALID_LENGTH, "Invalid source length",
+                              {RowToken::Value, RowToken::Length, RowToken::Country});
+
+    if (ctx.lScratch[kMark] != 0 || L == ES_PLAIN_NIF_LEN) {
+        // Plain NIF: 12345678Z with the mark, 1234567L without.
+        const int32_t iCount = ctx.lScratch[kMark] != 0 ? ES_DIGITS_LONG : ES_DIGITS_SHORT;
+        if (const uint32_t iCode = ReadNumber(ctx, 0, iCount, iCount, "Invalid suffix"); iCode != 0) return iCode;
+        KeepSeparatorStyle(ctx, 0);
+        return 0;
+    }
+    if (L == ES_COMPACT_LEN && s[0] == prefix) {
+        // Compact NIE: X1234567L.
+        if (const uint32_t iCode = ReadNumber(ctx, 1, ES_DIGITS_SHORT, 8, "Invalid source data"); iCode != 0)
+            return iCode;
+        ctx.lScratch[kIsNIE] = 1;
+        KeepSeparatorStyle(ctx, 0);
+        return 0;
+    }
+    if (L == ES_COMPACT_LEN) {
+        // Seven-digit NIF with a separator: 1234567-L.
+        const wchar_t sep = s[ES_POS_NIF_SEPARATOR];
+        if (!IsSeparator(sep))
+            return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
+                                  {RowToken::Value, RowToken::Country});
+        KeepSeparatorStyle(ctx, sep);
+        return ReadNumber(ctx, 0, ES_DIGITS_SHORT, 8, "Invalid suffix");
+    }
+    if (L == ES_SEPARATED_NIE_LEN) {
+        // Separated NIE: X-1234567-L or X 1234567 L, both separators alike.
+        const wchar_t sep = s[ES_POS_NIE_SEPARATOR1];
+        if (s[0] != prefix || !IsSeparator(sep) || s[ES_POS_NIE_SEPARATOR2] != sep)
+            return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
+                                  {RowToken::Value, RowToken::Country});
+        KeepSeparatorStyle(ctx, sep);
+        if (const uint32_t iCode = ReadNumber(ctx, 2, ES_DIGITS_SHORT, 10, "Invalid suffix"); iCode != 0)
+            return iCode;
+        ctx.lScratch[kIsNIE] = 1;
+        return 0;
+    }
+    // Ten characters: a separated eight-digit NIF (12345678-Z) is refused.
+    return ReportRowError(ctx, QRNP_MSG_INVALID_SOURCE_DATA, "Invalid source data",
+                          {RowToken::Value, RowToken::Country});
+}
+
+uint32_t CheckLayout(RowContext& ctx) {
+    TRC_ENTRY(kComponent, "CheckLayout");
+    const uint32_t iCode = CheckLayoutImpl(ctx);
+    TRC_EXIT(kComponent, "CheckLayout", iCode);
+    return iCode;
+}
+
+// Masks the digits the layout check found and writes the identifier in the
+// source's form with the new control letter.
+uint32_t Mask(RowContext& ctx) {
+    TRC_ENTRY(kComponent, "Mask");
+    const auto iCount = static_cast<int16_t>(ctx.lScratch[kDigitCount]);
+    int16_t masked[ES_DIGITS_LONG];
+    maskNIF(ctx.pInBuf + ctx.lScratch[kDigitStart], masked, iCount);
+
+    wchar_t digits[ES_DIGITS_LONG];
+    uint64_t n = 0;
+    for (int16_t i = 0; i < iCount; ++i) {
+        n = n * 10 + static_cast<uint64_t>(masked[i]);
+        digits[i] = static_cast<wchar_t>(L'0' + masked[i]);
+    }
+    const char suffix = ControlLetter(n);
+    TRC_VAR(kComponent, "n", KNL_TRC_U64, &n);
+    AssembleOutput(ctx.pOutBuf, ctx.lScratch[kIsNIE] != 0, digits, iCount, SeparatorOf(ctx.lRowFlags), suffix);
+    TRC_EXIT(kComponent, "Mask", 0);
+    return 0;
+}
+
+// A fresh number of seven digits, or eight when the source carries the mark.
+// Numbers up to 929999 are written as NIEs. The NIE form holds seven digits,
+// so such a number is zero-padded to seven digits even when eight were drawn
+// (it never has more than six); its letter is that of the same number.
+uint32_t Random(RowContext& ctx) {
+    TRC_ENTRY(kComponent, "Random");
+    const int16_t iCount = ctx.lScratch[kMark] != 0 ? ES_DIGITS_LONG : ES_DIGITS_SHORT;
+    uint64_t n = 0;
+    randomNIF(&n, iCount);
+    const char suffix = ControlLetter(n);
+
+    // A value of zero converts to an empty string (75): it is all padding.
+    wchar_t text[16];
+    int32_t iTextLen = 0;
+    const int32_t iValue = static_cast<int32_t>(n);
+    const uint32_t rc = QRNPCnvIntToWVarcharSz(&iValue, sizeof iValue, text, sizeof text, &iTextLen, nullptr);
+    if (rc == QRNP_CNV_EMPTY) {
+        iTextLen = 0;
+    } else if (rc != 0) {
+        const uint32_t iCode =
+            ReportRowError(ctx, QRNP_MSG_SOURCE_CONVERSION, "Error in source conversion", {RowToken::Country});
+        TRC_EXIT(kComponent, "Random", iCode);
+        return iCode;
+    }
+
+    const bool bNIE = n <= ES_RANDOM_NIE_MAX;
+    const int32_t iWidth = bNIE ? ES_DIGITS_SHORT : iCount;
+    wchar_t digits[ES_DIGITS_LONG];
+    const int32_t iPad = iWidth - iTextLen;
+    for (int32_t i = 0; i < iWidth; ++i) digits[i] = i < iPad ? L'0' : text[i - iPad];
+    // No per-row bits were added: the option flags alone choose the separator.
+    AssembleOutput(ctx.pOutBuf, bNIE, digits, iWidth, SeparatorOf(ctx.lRowFlags), suffix);
+    TRC_VAR(kComponent, "pOutBuf", KNL_TRC_WSTR, ctx.pOutBuf);
+    TRC_EXIT(kComponent, "Random", 0);
+    return 0;
+}
+
+const CountryDriver kSpain = {
+    .pComponent = kComponent,
+    .pCountryName = kCountry,
+    .pfnBlock = SpanishBlock,
+    .pfnBeforeMethod = BeforeMethod,
+    .pfnOtherMethod = nullptr,
+    .pfnCheckLayout = CheckLayout,
+    .pfnMask = Mask,
+    .pfnRandom = Random,
+    .pfnFormatOutput = nullptr,
+    .pfnIsInvalidData = IsInvalidData,
+    .pDstConversionTrace = "Error in dst conversion",
+};
+
+}  // namespace
+
+uint32_t InitCountryES(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
+    TRC_ENTRY(kComponent, "InitCountryES");
+    CountryOptionBlock* pBlock = SpanishBlock(pNidCtrlBlk);
+    if (const uint32_t iCode = CheckColumn(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk, kComponent, kCountry)) {
+        TRC_EXIT(kComponent, "InitCountryES", iCode);
+        return iCode;
+    }
+
+    pBlock->lOptionFlags = 0;
+    const int16_t sSeparator = static_cast<int16_t>(SeparatorOption(pBlock));
+    TRC_VAR(kComponent, "sSeparator", KNL_TRC_I16, &sSeparator);
+    switch (sSeparator) {
+        case 0: SeparatorOption(pBlock) = 2; break;
+        case 1: pBlock->lOptionFlags |= ES_FLAG_NO_SEPARATOR; break;
+        case 2: break;
+        case 8: pBlock->lOptionFlags |= ES_FLAG_HYPHEN; break;
+        case 16: pBlock->lOptionFlags |= ES_FLAG_BLANK; break;
+        default: {
+            ErrorCapture(pCtrlBlk, 0, QRNP_MSG_INVALID_SEPARATOR_OPTION, 2);
+            TokenCapture(pCtrlBlk, &sSeparator, QRNP_TV_INT16, QRNP_TOKID_SEP, 0);
+            TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
+            TRC_TEXT(kComponent, "Invalid Separator");
+            TRC_EXIT(kComponent, "InitCountryES", QRNP_MSG_INVALID_SEPARATOR_OPTION);
+            return QRNP_MSG_INVALID_SEPARATOR_OPTION;
+        }
+    }
+    TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);
+
+    const uint32_t iCode = AcquireWorkBuffer(pCtrlBlk, pNidCtrlBlk, pBlock, kWorkBufBytes, kComponent, kCountry);
+    TRC_EXIT(kComponent, "InitCountryES", iCode);
+    return iCode;
+}
+
+uint32_t RBPNIDMaskES(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,
+                      int32_t iRownum) {
+    return RunRowDriver(kSpain, sMethod, pCtrlBlk, pRow, pNidCtrlBlk, pFldDef, iRownum);
+}

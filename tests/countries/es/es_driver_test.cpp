@@ -1,0 +1,320 @@
+// Spain end to end through the entry points: layouts, the eight-digit mark,
+// the control letter, exits, separator options and random generation.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "support/run_rows.h"
+
+namespace {
+
+using hostkit::InstanceOptions;
+using testsupport::RunRows;
+
+const char* kLetters = "TRWAGMYFPDXBNJZSQVHLCKE";
+
+InstanceOptions Spanish(uint16_t sProcFlags = 0, uint32_t iSeparator = 0) {
+    InstanceOptions options;
+    options.countrySwitch = L"ES";
+    options.sProcFlags = sProcFlags;
+    options.operands = {{QRNP_OPR_ES_SEPARATOR, iSeparator}};
+    return options;
+}
+
+std::string Narrow(const std::wstring& s) { return hostkit::ToUtf8(s); }
+
+// The digits of an identifier and whether its letter is theirs.
+bool LetterMatches(const std::wstring& digits, wchar_t letter) {
+    return static_cast<wchar_t>(kLetters[std::stoull(digits) % 23]) == letter;
+}
+
+TEST(SpainDriverTest, LayoutsAndControlLetter) {
+    struct Case {
+        const wchar_t* pValue;
+        uint16_t sFlags;
+        int32_t iStatus;
+    };
+    const Case cases[] = {
+        {L"12345678Z", 0, 0},       // converted length 9, eight digits: the mark
+        {L"1234567L", 0, 0},        // length 8: a seven-digit NIF
+        {L"1234567-L", 0, 0},
+        {L"1234567 L", 0, 0},
+        {L"1234567/L", 0, 4406},
+        {L"12345678Z ", 0, 4406},   // converted length 10: no mark, so a separator is needed at 7
+        {L" 12345678Z", 0, 4406},
+        {L"1234567LL", 0, 4406},
+        {L"X1234567L", 0, 0},
+        {L"X-1234567-L", 0, 0},
+        {L"X 1234567 L", 0, 0},
+        {L"X-1234567 L", 0, 4406},  // mixed separators
+        {L"X/1234567/L", 0, 4406},
+        {L"Y-1234567-L", 0, 4406},  // only X is an NIE prefix
+        {L"Y1234567L", 0, 4406},
+        {L"x1234567L", 0, 4406},
+        {L"12345678-Z", 0, 4407},   // a separated eight-digit NIF is refused
+        {L"X12345A7L", 0, 4407},
+        {L"12345A7-L", 0, 4407},
+        {L"X-12345A7-L", 0, 4407},
+        {L"X234567L", 0, 4407},     // length 8 reads seven digits from the start
+        {L"1234567", 0, 4405},
+        {L"X-1234567-LL", 0, 4405},
+        {L"ABCDEFGHIJ", 0, 4405},   // ten letters and digits
+        {L"1-2-3-4-5-6", 0, 4405},  // six letters and digits
+        // The control letter is checked only under a full validation.
+        {L"12345678A", 0, 0},
+        {L"12345678A", 1, 4479},
+        {L"12345678Z", 1, 0},
+        {L"123456789", 0, 0},       // the mark: eight digits, then any character
+        {L"123456789", 1, 4479},
+        {L"1234567A", 1, 4479},
+        {L"1234567L", 1, 0},
+        {L"1234567-A", 1, 4479},
+        {L"X1234567A", 1, 4479},
+        {L"X1234567L", 1, 0},
+        {L"X 1234567 A", 1, 4479},
+        {L"X 1234567 L", 1, 0},
+        {L"1234567l", 1, 4479},     // the letter is a capital
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(Spanish(c.sFlags), {std::wstring(c.pValue)});
+        ASSERT_EQ(result.iInit, 0);
+        EXPECT_EQ(result.rows[0].iStatus, c.iStatus) << Narrow(c.pValue) << " flags " << c.sFlags;
+        EXPECT_EQ(result.rows[0].bRejected, c.iStatus != 0) << Narrow(c.pValue);
+        EXPECT_EQ(result.iService, c.iStatus != 0 ? -2 : 0) << Narrow(c.pValue);
+    }
+}
+
+TEST(SpainDriverTest, MaskedValuesKeepTheirForm) {
+    struct Case {
+        const wchar_t* pSource;
+        const wchar_t* pMasked;
+    };
+    // 12345678 masks to 46488062 (letter W), 1234567 to 2044628 (letter C).
+    const Case cases[] = {
+        {L"12345678Z", L"46488062W"},   {L"12345678A", L"46488062W"},  {L"1234567L", L"2044628C"},
+        {L"1234567-L", L"2044628-C"},   {L"1234567 L", L"2044628 C"},  {L"X1234567L", L"X2044628C"},
+        {L"X-1234567-L", L"X-2044628-C"}, {L"X 1234567 L", L"X 2044628 C"}, {L"  X1234567L ", L"X2044628C"},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(Spanish(), {std::wstring(c.pSource)});
+        ASSERT_EQ(result.rows[0].iStatus, 0) << Narrow(c.pSource);
+        EXPECT_EQ(result.rows[0].output, std::wstring(c.pMasked)) << Narrow(c.pSource);
+    }
+}
+
+TEST(SpainDriverTest, SeparatorOptions) {
+    struct Case {
+        uint32_t iOption;
+        const wchar_t* pSource;
+        const wchar_t* pMasked;
+    };
+    const Case cases[] = {
+        {2, L"X-1234567-L", L"X-2044628-C"}, {2, L"1234567L", L"2044628C"},
+        {1, L"X-1234567-L", L"X2044628C"},   {1, L"1234567 L", L"2044628C"},
+        {8, L"1234567L", L"2044628-C"},      {8, L"X 1234567 L", L"X-2044628-C"},
+        {8, L"12345678Z", L"46488062-W"},    {16, L"X1234567L", L"X 2044628 C"},
+        {16, L"1234567-L", L"2044628 C"},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(Spanish(0, c.iOption), {std::wstring(c.pSource)});
+        ASSERT_EQ(result.rows[0].iStatus, 0) << c.iOption << " " << Narrow(c.pSource);
+        EXPECT_EQ(result.rows[0].output, std::wstring(c.pMasked)) << c.iOption << " " << Narrow(c.pSource);
+    }
+}
+
+TEST(SpainDriverTest, InvalidSeparatorOptionFailsInit) {
+    for (uint32_t iOption : {3u, 4u, 0xFFFFu}) {
+        const auto result = RunRows(Spanish(0, iOption), {L"12345678Z"});
+        EXPECT_EQ(result.iInit, 4353);
+        std::vector<uint32_t> captured;
+        for (const auto& m : result.messages) captured.push_back(m.iMessage);
+        EXPECT_EQ(captured, (std::vector<uint32_t>{4360, 4478, 4353})) << iOption;
+        ASSERT_FALSE(result.messages.empty());
+        EXPECT_EQ(testsupport::TokenText(result.messages[0], QRNP_TOKID_COUNTRY), L"Spain");
+    }
+}
+
+TEST(SpainDriverTest, MessagesCarryTheirTokens) {
+    struct Case {
+        const wchar_t* pValue;
+        uint16_t sFlags;
+        uint32_t iMessage;
+        uint16_t sTokens;
+        bool bLength, bCountry;
+    };
+    const Case cases[] = {
+        {L"1234567", 0, 4405, 3, true, true},
+        {L"X-1234567 L", 0, 4406, 2, false, true},
+        {L"12345678-Z", 0, 4407, 2, false, true},
+        {L"12345678A", 1, 4479, 1, false, false},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(Spanish(c.sFlags), {std::wstring(c.pValue)});
+        ASSERT_EQ(result.messages.size(), 1u) << Narrow(c.pValue);
+        const hostkit::Message& m = result.messages[0];
+        EXPECT_EQ(m.iMessage, c.iMessage);
+        EXPECT_EQ(m.iRow, 1u);
+        EXPECT_EQ(m.sDeclaredTokens, c.sTokens);
+        EXPECT_EQ(testsupport::TokenText(m, QRNP_TOKID_SRCDATA), c.pValue);
+        EXPECT_EQ(testsupport::TokenText(m, QRNP_TOKID_SRCLEN),
+                  c.bLength ? std::to_wstring(std::wstring(c.pValue).size()) : L"");
+        EXPECT_EQ(testsupport::TokenText(m, QRNP_TOKID_COUNTRY), c.bCountry ? L"Spain" : L"");
+    }
+}
+
+TEST(SpainDriverTest, InvalidDataPassesThroughOnlyWhenAsked) {
+    for (const wchar_t* pValue : {L"12345678A", L"X-1234567 L", L"12345678-Z", L"1234567"}) {
+        for (bool bSeparate : {true, false}) {
+            InstanceOptions options = Spanish(QRNP_PROC_VALIDATE_FULLY | QRNP_PROC_PASS_INVALID);
+            options.bSeparateDestination = bSeparate;
+            const auto passed = RunRows(options, {std::wstring(pValue)});
+            EXPECT_NE(passed.rows[0].iStatus, 0);
+            EXPECT_FALSE(passed.rows[0].bRejected) << Narrow(pValue);
+            EXPECT_EQ(passed.rows[0].output, std::wstring(pValue));
+            EXPECT_EQ(passed.iService, -2);
+            EXPECT_EQ(passed.iTerminate, 0);
+
+            options.sProcFlags = QRNP_PROC_VALIDATE_FULLY;
+            const auto rejected = RunRows(options, {std::wstring(pValue)});
+            EXPECT_TRUE(rejected.rows[0].bRejected) << Narrow(pValue);
+            EXPECT_EQ(rejected.iTerminate, -2);
+            if (bSeparate) {
+                EXPECT_EQ(rejected.rows[0].output, L"") << "the destination is left as it was";
+            }
+        }
+    }
+}
+
+TEST(SpainDriverTest, EmptyAndBlankValues) {
+    const auto result = RunRows(Spanish(), {L"", L"         ", std::nullopt});
+    EXPECT_EQ(result.rows[0].iStatus, 74);
+    EXPECT_EQ(result.rows[1].iStatus, 4403);
+    EXPECT_EQ(result.rows[1].output, L"         ");
+    EXPECT_EQ(result.rows[2].iStatus, 4408);
+    for (const auto& row : result.rows) EXPECT_FALSE(row.bRejected);
+}
+
+// The mark comes from the converted length, before trimming: a fixed-width
+// column wider than nine characters hands over its padding too.
+TEST(SpainDriverTest, EveryCharacterTypeInPlaceOrNot) {
+    struct Case {
+        const wchar_t* pSource;
+        int32_t iWidth;
+        int32_t iStatus;
+        const wchar_t* pMasked;
+    };
+    const Case cases[] = {
+        {L"X-1234567-L", 11, 0, L"X-2044628-C"},
+        {L"X-1234567-L", 16, 0, L"X-2044628-C"},
+        {L"12345678Z", 9, 0, L"46488062W"},
+        {L"12345678Z", 12, 4406, nullptr},   // padded to 12: for CHAR and WCHAR there is no mark
+    };
+    for (const Case& c : cases) {
+        for (int16_t sType : {CHAR, VARCHAR, VARCHAR_SZ, WCHAR, WVARCHAR, WVARCHAR_SZ}) {
+            for (bool bSeparate : {true, false}) {
+                InstanceOptions options = Spanish();
+                options.sDataType = sType;
+                options.iLength = c.iWidth;
+                options.bSeparateDestination = bSeparate;
+                const auto result = RunRows(options, {std::wstring(c.pSource)});
+                const bool bFixed = sType == CHAR || sType == WCHAR;
+                SCOPED_TRACE(Narrow(c.pSource) + " type " + std::to_string(sType) + " width " +
+                             std::to_string(c.iWidth));
+                EXPECT_TRUE(result.bGuardsIntact);
+                if (c.iStatus != 0 && bFixed) {
+                    EXPECT_EQ(result.rows[0].iStatus, c.iStatus);
+                    continue;
+                }
+                ASSERT_EQ(result.rows[0].iStatus, 0);
+                std::wstring expected = c.pMasked != nullptr ? c.pMasked : L"46488062W";
+                if (bFixed) expected.resize(static_cast<size_t>(c.iWidth), L' ');
+                EXPECT_EQ(result.rows[0].output, expected);
+            }
+        }
+    }
+}
+
+// Random identifiers: seven digits, or eight when the source carries the
+// mark; numbers up to 929999 come out as NIEs of seven digits.
+TEST(SpainDriverTest, RandomIdentifiers) {
+    struct Case {
+        std::optional<std::wstring> source;
+        uint32_t iSeparator;
+        size_t iNifDigits;
+        wchar_t sep;  // 0: none
+    };
+    const Case cases[] = {
+        {L"12345678Z", 0, 8, 0},
+        {L"1234567L", 0, 7, 0},
+        {std::nullopt, 0, 7, 0},
+        {L"X-1234567-L", 8, 7, L'-'},
+        {L"12345678Z", 16, 8, L' '},
+    };
+    for (const Case& c : cases) {
+        constexpr int kRows = 20000;
+        const auto result = RunRows(Spanish(0, c.iSeparator), std::vector(kRows, c.source), QRNP_METHOD_RANDOM);
+        ASSERT_EQ(result.iService, 0);
+        int iNIE = 0, iLeadingZero = 0;
+        for (const auto& row : result.rows) {
+            ASSERT_EQ(row.iStatus, 0);
+            const std::wstring& out = *row.output;
+            SCOPED_TRACE(Narrow(out));
+            const size_t iSepCount = c.sep != 0 ? 1 : 0;
+            std::wstring digits;
+            if (out[0] == L'X') {
+                ++iNIE;
+                ASSERT_EQ(out.size(), 9 + 2 * iSepCount);
+                if (c.sep != 0) {
+                    EXPECT_EQ(out[1], c.sep);
+                    EXPECT_EQ(out[9], c.sep);
+                }
+                digits = out.substr(1 + iSepCount, 7);
+                EXPECT_LE(std::stoull(digits), 929999u);
+                iLeadingZero += digits[0] == L'0';
+            } else {
+                ASSERT_EQ(out.size(), c.iNifDigits + 1 + iSepCount);
+                if (c.sep != 0) {
+                    EXPECT_EQ(out[c.iNifDigits], c.sep);
+                }
+                digits = out.substr(0, c.iNifDigits);
+                EXPECT_GT(std::stoull(digits), 929999u);
+            }
+            ASSERT_EQ(digits.find_first_not_of(L"0123456789"), std::wstring::npos);
+            EXPECT_TRUE(LetterMatches(digits, out.back()));
+        }
+        EXPECT_GT(iNIE, 0);
+        EXPECT_GT(iLeadingZero, 0);
+        EXPECT_LT(iNIE, kRows / 4);
+    }
+}
+
+// The mark is looked for before the method test: a source that cannot be
+// converted fails a masked row once (4404) and does not stop a random one.
+TEST(SpainDriverTest, UnconvertibleSourceFailsOnlyWhenMasked) {
+    for (uint16_t sMethod : {QRNP_METHOD_MASK, QRNP_METHOD_RANDOM}) {
+        auto instance = hostkit::MakeInstance(testsupport::Linked(), Spanish());
+        ASSERT_EQ(hostkit::InitInstance(*instance), 0);
+        hostkit::Batch batch;
+        hostkit::FillBatch(*instance, {{false, L"12345678Z"}}, &batch);
+        const int16_t sTooLong = 200;  // a VARCHAR length prefix past the source
+        std::memcpy(batch.fields[0].pSrc, &sTooLong, sizeof sTooLong);
+        const int32_t iService = hostkit::ServiceBatch(*instance, batch, sMethod);
+        const auto row = hostkit::ReadRow(*instance, batch, 0);
+        const auto messages = hostkit::ReadErrors(instance->ctrl.pEAB);
+        if (sMethod == QRNP_METHOD_MASK) {
+            EXPECT_EQ(iService, -2);
+            EXPECT_EQ(row.iStatus, 4404);
+            ASSERT_EQ(messages.size(), 1u);
+            EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_COUNTRY), L"Spain");
+        } else {
+            EXPECT_EQ(iService, 0);
+            EXPECT_EQ(row.iStatus, 0);
+            EXPECT_TRUE(messages.empty());
+            // No mark: a seven-digit NIF, or an NIE.
+            EXPECT_EQ(row.output->size(), (*row.output)[0] == L'X' ? 9u : 8u);
+        }
+        hostkit::TerminateInstance(*instance);
+    }
+}
+
+}  // namespace
