@@ -31,9 +31,11 @@ struct HeapRegistry {
     int32_t iFailCountdown = 0;            // > 0: calls left until the one that fails
 };
 
+// Never destroyed: a heap an instance left behind stays reachable (and
+// usable) until the process ends, as with the engine's own heaps.
 HeapRegistry& Registry() {
-    static HeapRegistry registry;
-    return registry;
+    static HeapRegistry* registry = new HeapRegistry;
+    return *registry;
 }
 
 // Counts one heap call; true when this is the call chosen to fail. Lock held.
