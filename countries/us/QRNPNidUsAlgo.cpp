@@ -127,7 +127,9 @@ int32_t MaskWithTable(SsnWorkingTable* pTable, int32_t iInSsn, int32_t* piOutSsn
     if (lOptionFlags & US_FLAG_REPLACE_AREA) {
         const int32_t iNewArea = ReplacementArea(pTable, iArea);
         AreaEntry& chosen = pTable->AreaTable[iNewArea - 1];
-        // Never hand the source back unchanged.
+        // Never hand the source back unchanged: skip its number. The skip is
+        // a full step (past 9999 the group moves back), so the result stays
+        // a well-formed number even when the counter stood at 9999.
         if (iNewArea == iArea && chosen.cCurGroup == iGroup && chosen.sSerial == iSerial)
             AdvanceSerial(pTable, &chosen);
         *piOutSsn = iNewArea * 1000000 + chosen.cCurGroup * 10000 + chosen.sSerial;

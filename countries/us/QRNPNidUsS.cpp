@@ -236,6 +236,8 @@ uint32_t CheckColumnUS(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNi
 
 uint32_t InitCountryUS(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
     TRC_ENTRY(kComponent, "InitCountryUS");
+    TRC_VAR(kComponent, "pCtrlBlk", KNL_TRC_PTR, pCtrlBlk);
+    TRC_VAR(kComponent, "pNidCtrlBlk", KNL_TRC_PTR, pNidCtrlBlk);
     CountryOptionBlock* pBlock = UnitedStatesBlock(pNidCtrlBlk);
     if (const uint32_t iCode = CheckColumnUS(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk)) {
         TRC_EXIT(kComponent, "InitCountryUS", iCode);
