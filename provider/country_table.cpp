@@ -3,6 +3,7 @@
 #include "countries/es/QRNPNidEsS.h"
 #include "countries/fr/QRNPNidFrS.h"
 #include "countries/uk/QRNPNidUkS.h"
+#include "countries/us/QRNPNidUsS.h"
 
 namespace {
 
@@ -10,6 +11,7 @@ const CountryEntry kCountries[] = {
     {QRNP_COUNTRY_FR, L"France", QRNP_MSG_FR_INIT_FAILED, InitCountryFR, RBPNIDMaskFR, false},
     {QRNP_COUNTRY_UK, L"UK", QRNP_MSG_UK_INIT_FAILED, InitCountryUK, RBPNIDMaskUK, false},
     {QRNP_COUNTRY_ES, L"Spain", QRNP_MSG_ES_INIT_FAILED, InitCountryES, RBPNIDMaskES, true},
+    {QRNP_COUNTRY_US, L"US", QRNP_MSG_US_INIT_FAILED, InitCountryUS, RBPNIDMaskUS, false},
 };
 
 }  // namespace

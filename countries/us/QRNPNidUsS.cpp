@@ -1,0 +1,284 @@
+#include "countries/us/QRNPNidUsS.h"
+
+#include <cstring>
+
+#include "common/trace.h"
+#include "countries/country_setup.h"
+#include "countries/row_driver.h"
+#include "countries/us/QRNPNidUsAlgo.h"
+
+namespace {
+
+constexpr const char* kComponent = "QRNPNidUsS";
+constexpr const wchar_t* kCountry = L"US";
+constexpr uint32_t kWorkBufBytes = 104;
+
+// Per-row state kept in RowContext::lScratch.
+constexpr int kScratchResult = 0;   // the SSN to write, as an integer
+constexpr int kScratchSource = 1;   // the source SSN, as an integer
+
+CountryOptionBlock* UnitedStatesBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->blockE; }
+
+uint16_t& FlagsOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[1]; }
+uint16_t& SeparatorOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[3]; }
+
+bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
+
+// Invalid data: 4404-4407 and the SSN checks 4554-4557.
+bool IsInvalidData(uint32_t iCode) {
+    return (iCode >= QRNP_MSG_SOURCE_CONVERSION && iCode <= QRNP_MSG_INVALID_SOURCE_DATA) ||
+           (iCode >= QRNP_MSG_US_INVALID_AREA && iCode <= QRNP_MSG_US_INVALID_SERIAL);
+}
+
+// Captures a set-up failure bound to no row with one 16-bit option value as
+// token `iTokenId` and, when bWithCountry, the country name.
+uint32_t ReportOptionError(CtrlBlk* pCtrlBlk, uint32_t iCode, uint16_t sValue, int32_t iTokenId, bool bWithCountry,
+                           const char* pTraceText) {
+    ErrorCapture(pCtrlBlk, 0, iCode, bWithCountry ? 2 : 1);
+    TokenCapture(pCtrlBlk, &sValue, QRNP_TV_UINT16, iTokenId, 0);
+    if (bWithCountry) TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
+    TRC_TEXT(kComponent, pTraceText);
+    TRC_VAR(kComponent, "retVal", KNL_TRC_U32, &iCode);
+    return iCode;
+}
+
+// Numeric column types: the converter pair, and whether the United States
+// block's numeric byte is set (VARNUM sets the Canadian block's instead).
+struct NumericType {
+    int16_t sDataType;
+    uint8_t bSrcId;
+    QRNPToWideFn pfnSrc;
+    uint8_t bDstId;
+    QRNPFromWideFn pfnDst;
+};
+constexpr NumericType kNumericTypes[] = {
+    {U_LONG_LONG, 16, QRNPCnvULONGLONGToWVarcharSz, 106, QRNPCnvWVarcharSzToULONGLONG},
+    {INTEGER, 18, QRNPCnvUIntToWVarcharSz, 108, QRNPCnvWVarcharSzToUInt},
+    {U_INTEGER, 18, QRNPCnvUIntToWVarcharSz, 108, QRNPCnvWVarcharSzToUInt},
+    {DECIMAL_PKD, 19, QRNPCnvDecPKDToWVarcharSz, 109, QRNPCnvWVarcharSzToDecPKD},
+    {ORA_VARNUM, 17, QRNPCnvOraVarnumToWVarcharSz_Unsigned, 107, QRNPCnvWVarcharSz_UnsignedToOraVarnum},
+};
+
+// ---- Row hooks -----------------------------------------------------------------
+
+// Numeric sources lose their leading zeros: put them back, up to nine digits.
+void PadNumericSource(RowContext& ctx) {
+    const int32_t iPad = US_SSN_DIGITS - ctx.iInLength;
+    std::memmove(ctx.pInBuf + iPad, ctx.pInBuf, static_cast<size_t>(ctx.iInLength + 1) * sizeof(wchar_t));
+    for (int32_t i = 0; i < iPad; ++i) ctx.pInBuf[i] = L'0';
+    ctx.iInLength = US_SSN_DIGITS;
+}
+
+uint32_t CheckLayout(RowContext& ctx) {
+    wchar_t* s = ctx.pInBuf;
+    // The working buffer never shrinks below its 104 set-up bytes, so nine digits fit.
+    if (ctx.pBlock->bNumericSource && ctx.iInLength < US_SSN_DIGITS) PadNumericSource(ctx);
+
+    int32_t iDigits = 0;
+    for (int32_t i = 0; i < ctx.iInLength; ++i) iDigits += IsDigit(s[i]);
+    if (ctx.iInLength < US_SSN_DIGITS || ctx.iInLength > US_SSN_SEPARATED_LEN || iDigits != US_SSN_DIGITS)
+        return ReportRowError(ctx, QRNP_MSG_INVALID_LENGTH, nullptr,
+                              {RowToken::Value, RowToken::Length, RowToken::Country});
+
+    const bool bAsSource = SeparatorOption(ctx.pBlock) == US_SEPARATOR_AS_SOURCE;
+    if (ctx.iInLength > US_SSN_DIGITS) {
+        // Three digits, separator, two digits, the same separator, four digits.
+        const wchar_t sep = s[US_SRC_SEP1];
+        if (s[US_SRC_SEP2] != sep || (sep != L'-' && sep != L' ' && sep != L'.'))
+            return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
+                                  {RowToken::Value, RowToken::Country});
+        if (bAsSource) ctx.lRowFlags |= sep == L'-' ? US_FLAG_HYPHEN : sep == L' ' ? US_FLAG_BLANK : US_FLAG_DOT;
+        RemoveCharAt(s, &ctx.iInLength, US_SRC_SEP2);
+        RemoveCharAt(s, &ctx.iInLength, US_SRC_SEP1);
+    } else if (bAsSource) {
+        ctx.lRowFlags |= US_FLAG_NO_SEPARATOR;
+    }
+
+    int32_t iValue = 0;
+    if (QRNPCnvWVarcharSzToInt(s, &iValue, 0, US_SSN_DIGITS) != 0)
+        return ReportRowError(ctx, QRNP_MSG_INVALID_SOURCE_DATA, "Invalid source data",
+                              {RowToken::Value, RowToken::Country});
+    ctx.lScratch[kScratchSource] = iValue;
+    return 0;
+}
+
+// A failed MaskSSN is captured with the source as an integer token.
+uint32_t ReportMaskFailure(RowContext& ctx, uint32_t iCode) {
+    const int32_t iSource = static_cast<int32_t>(ctx.lScratch[kScratchSource]);
+    ErrorCapture(ctx.pCtrlBlk, static_cast<uint32_t>(ctx.iRownum), iCode, 1);
+    TokenCapture(ctx.pCtrlBlk, &iSource, QRNP_TV_INT32, QRNP_TOKID_SRCDATA, 0);
+    if (QRNP_TRACE_ON()) {
+        TRC_TEXT(kComponent, "Func MaskSSN failed");
+        TRC_VAR(kComponent, "InfoMsg", KNL_TRC_U32, &iCode);
+        TRC_VAR(kComponent, "iRownum", KNL_TRC_I32, &ctx.iRownum);
+        TRC_VAR(kComponent, "pInBuf", KNL_TRC_WSTR, ctx.pInBuf);
+        TRC_VAR(kComponent, "pData", KNL_TRC_PTR, ctx.pFldDef->pSrc);
+    }
+    return iCode;
+}
+
+uint32_t Mask(RowContext& ctx) {
+    int32_t iOut = 0;
+    const int32_t iRc = MaskSSN(static_cast<int32_t>(ctx.lScratch[kScratchSource]), &iOut, ctx.lRowFlags,
+                                ctx.pCtrlBlk->sProcFlags, ctx.pFldDef, ctx.pCtrlBlk);
+    if (iRc != 0) return ReportMaskFailure(ctx, static_cast<uint32_t>(iRc));
+    ctx.lScratch[kScratchResult] = iOut;
+    return 0;
+}
+
+uint32_t Random(RowContext& ctx) {
+    int32_t iOut = 0;
+    const int32_t iRc = RandomSSN(&iOut, ctx.lRowFlags);
+    if (iRc != 0)
+        return ReportRowError(ctx, static_cast<uint32_t>(iRc), "Failed to mask RandomSSN", {RowToken::Country});
+    ctx.lScratch[kScratchResult] = iOut;
+    return 0;
+}
+
+// Any method other than mask or random is served as the Canadian module
+// serves it: neither algorithm runs, the source is not read, and the number
+// written is 000000000 in the layout fixed at set-up.
+uint32_t OtherMethod(RowContext& ctx) {
+    TRC_TEXT(kComponent, "Method neither mask nor random: writing zeros");
+    ctx.lScratch[kScratchResult] = 0;
+    return 0;
+}
+
+// The nine digits, with the separator the row flags call for before the 6th
+// and the 4th digit.
+uint32_t FormatOutput(RowContext& ctx) {
+    if (PXIntToNumW(static_cast<int32_t>(ctx.lScratch[kScratchResult]), US_SSN_DIGITS, ctx.pOutBuf) != 0)
+        return ReportRowError(ctx, QRNP_MSG_DEST_CONVERSION, "Error in dest conversion", {RowToken::Country});
+    wchar_t sep = 0;
+    if (ctx.lRowFlags & US_FLAG_HYPHEN)
+        sep = L'-';
+    else if (ctx.lRowFlags & US_FLAG_BLANK)
+        sep = L' ';
+    else if (ctx.lRowFlags & US_FLAG_DOT)
+        sep = L'.';
+    if (sep != 0) {
+        InsertCharAt(ctx.pOutBuf, US_OUT_SEP2, sep);
+        InsertCharAt(ctx.pOutBuf, US_OUT_SEP1, sep);
+    }
+    return 0;
+}
+
+const CountryDriver kUnitedStates = {
+    .pComponent = kComponent,
+    .pCountryName = kCountry,
+    .pfnBlock = UnitedStatesBlock,
+    .pfnBeforeMethod = nullptr,
+    .pfnOtherMethod = OtherMethod,
+    .pfnCheckLayout = CheckLayout,
+    .pfnMask = Mask,
+    .pfnRandom = Random,
+    .pfnFormatOutput = FormatOutput,
+    .pfnIsInvalidData = IsInvalidData,
+    .pDstConversionTrace = "Error in dest conversion",
+};
+
+}  // namespace
+
+uint32_t CheckColumnUS(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidCtrlBlk) {
+    TRC_ENTRY(kComponent, "CheckColumnUS");
+    TRC_VAR(kComponent, "pCtrlBlk", KNL_TRC_PTR, pCtrlBlk);
+    TRC_VAR(kComponent, "pNidCtrlBlk", KNL_TRC_PTR, pNidCtrlBlk);
+    if (pColumnDef == nullptr || pColumnDef->pCnvBlk == nullptr) {
+        TRC_TEXT(kComponent, "conversion block is NULL");
+        ErrorCapture(pCtrlBlk, 0, QRNP_MSG_NO_CONVERSION_BLOCK, 0);
+        TRC_EXIT(kComponent, "CheckColumnUS", QRNP_MSG_NO_CONVERSION_BLOCK);
+        return QRNP_MSG_NO_CONVERSION_BLOCK;
+    }
+    TRC_VAR(kComponent, "pColNameW", KNL_TRC_WSTR, pColumnDef->pColName);
+    ConversionBlock* pCnvBlk = pColumnDef->pCnvBlk;
+    const int16_t sDataType = pColumnDef->sDataType;
+    if (FillCharacterConverters(sDataType, pCnvBlk)) {
+        UnitedStatesBlock(pNidCtrlBlk)->bNumericSource = 0;
+        TRC_EXIT(kComponent, "CheckColumnUS", 0);
+        return 0;
+    }
+    for (const NumericType& type : kNumericTypes) {
+        if (type.sDataType != sDataType) continue;
+        const int16_t sPrecision = pColumnDef->sPrecision;
+        // Kept as the Canadian check has it: no precision is both at most 8
+        // and above 20, so every packed-decimal column is accepted.
+        if (sDataType == DECIMAL_PKD && sPrecision <= 8 && sPrecision > 20) {
+            TRC_TEXT(kComponent, "Invalid col lth for decPKD");
+            ErrorCapture(pCtrlBlk, 0, QRNP_MSG_COLUMN_PRECISION, 3);
+            TokenCapture(pCtrlBlk, &sPrecision, QRNP_TV_INT16, QRNP_TOKID_SRCLEN, 0);
+            TokenCapture(pCtrlBlk, &sDataType, QRNP_TV_INT16, QRNP_TOKID_SRC_DATATYPE, 0);
+            TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
+            TRC_EXIT(kComponent, "CheckColumnUS", QRNP_MSG_COLUMN_PRECISION);
+            return QRNP_MSG_COLUMN_PRECISION;
+        }
+        pCnvBlk->bSrcTypeId = type.bSrcId;
+        pCnvBlk->pfnSrcToWide = type.pfnSrc;
+        pCnvBlk->bDstTypeId = type.bDstId;
+        pCnvBlk->pfnWideToDst = type.pfnDst;
+        // Kept as it has always been: a VARNUM column marks the Canadian
+        // block, so its values are not padded with zeros here.
+        if (sDataType == ORA_VARNUM)
+            pNidCtrlBlk->blockF.bNumericSource = 1;
+        else
+            UnitedStatesBlock(pNidCtrlBlk)->bNumericSource = 1;
+        TRC_EXIT(kComponent, "CheckColumnUS", 0);
+        return 0;
+    }
+    TRC_TEXT(kComponent, "Datatype not supported");
+    TRC_VAR(kComponent, "sDataType", KNL_TRC_I16, &pColumnDef->sDataType);
+    ErrorCapture(pCtrlBlk, 0, QRNP_MSG_DATATYPE_NOT_SUPPORTED, 3);
+    TokenCapture(pCtrlBlk, &pColumnDef->sDataType, QRNP_TV_INT16, QRNP_TOKID_SRC_DATATYPE, 0);
+    TokenCapture(pCtrlBlk, pColumnDef->pColName, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COLNAME, 0);
+    TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
+    TRC_EXIT(kComponent, "CheckColumnUS", QRNP_MSG_DATATYPE_NOT_SUPPORTED);
+    return QRNP_MSG_DATATYPE_NOT_SUPPORTED;
+}
+
+uint32_t InitCountryUS(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
+    TRC_ENTRY(kComponent, "InitCountryUS");
+    TRC_VAR(kComponent, "pCtrlBlk", KNL_TRC_PTR, pCtrlBlk);
+    TRC_VAR(kComponent, "pNidCtrlBlk", KNL_TRC_PTR, pNidCtrlBlk);
+    CountryOptionBlock* pBlock = UnitedStatesBlock(pNidCtrlBlk);
+    if (const uint32_t iCode = CheckColumnUS(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk)) {
+        TRC_EXIT(kComponent, "InitCountryUS", iCode);
+        return iCode;
+    }
+
+    pBlock->lOptionFlags = 0;
+    const uint16_t sFlags = FlagsOption(pBlock);
+    if (sFlags & US_OPTION_REPLACE_AREA) pBlock->lOptionFlags |= US_FLAG_REPLACE_AREA;
+    if ((sFlags & US_OPTION_TABLE_2006) && (sFlags & US_OPTION_TABLE_2008)) {
+        const uint32_t iCode = ReportOptionError(pCtrlBlk, QRNP_MSG_US_INVALID_FLAGS, sFlags, QRNP_TOKID_FLAG,
+                                                 false, "Invalid flags");
+        TRC_EXIT(kComponent, "InitCountryUS", iCode);
+        return iCode;
+    }
+    if (sFlags & US_OPTION_TABLE_2006) pBlock->lOptionFlags |= US_FLAG_TABLE_2006;
+    if (sFlags & US_OPTION_TABLE_2008) pBlock->lOptionFlags |= US_FLAG_TABLE_2008;
+
+    const uint16_t sSeparator = SeparatorOption(pBlock);
+    switch (sSeparator) {
+        case 0: SeparatorOption(pBlock) = US_SEPARATOR_AS_SOURCE; break;
+        case 1: pBlock->lOptionFlags |= US_FLAG_NO_SEPARATOR; break;
+        case 2: break;
+        case 4: pBlock->lOptionFlags |= US_FLAG_DOT; break;
+        case 8: pBlock->lOptionFlags |= US_FLAG_HYPHEN; break;
+        case 16: pBlock->lOptionFlags |= US_FLAG_BLANK; break;
+        default: {
+            const uint32_t iCode = ReportOptionError(pCtrlBlk, QRNP_MSG_INVALID_SEPARATOR_OPTION, sSeparator,
+                                                     QRNP_TOKID_SEP, true, "Invalid Separator");
+            TRC_EXIT(kComponent, "InitCountryUS", iCode);
+            return iCode;
+        }
+    }
+    TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);
+
+    const uint32_t iCode = AcquireWorkBuffer(pCtrlBlk, pNidCtrlBlk, pBlock, kWorkBufBytes, kComponent, kCountry);
+    TRC_EXIT(kComponent, "InitCountryUS", iCode);
+    return iCode;
+}
+
+uint32_t RBPNIDMaskUS(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,
+                      int32_t iRownum) {
+    return RunRowDriver(kUnitedStates, sMethod, pCtrlBlk, pRow, pNidCtrlBlk, pFldDef, iRownum);
+}

@@ -1,0 +1,148 @@
+// One dated area table in a process of its own (US_SCENARIO_TABLE_OPTION is
+// the flags option bit that chooses it: 2 "11/01/06", 4 "01/02/08", 0
+// "10/10/10"). Every call in this process uses that table, so the tests hold
+// whether they run together or one by one.
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <map>
+#include <set>
+
+#include <qrnp/qrnp_messages.h>
+
+#include "countries/us/QRNPNidUsAlgo.h"
+#include "support/run_rows.h"
+
+namespace {
+
+constexpr uint16_t kTableOption = US_SCENARIO_TABLE_OPTION;
+constexpr uint64_t kTableFlags = kTableOption == US_OPTION_TABLE_2006   ? US_FLAG_TABLE_2006
+                                 : kTableOption == US_OPTION_TABLE_2008 ? US_FLAG_TABLE_2008
+                                                                        : 0;
+// Flags that would choose another table, had the choice not been made already.
+constexpr uint64_t kOtherFlags = kTableFlags == 0 ? US_FLAG_TABLE_2006 : 0;
+
+const AreaEntry* Table() {
+    const char* pDate = nullptr;
+    return ChooseAreaTable(kTableFlags, &pDate);
+}
+
+int HighestAreaInUse() {
+    int iHighest = 0;
+    for (int a = 1; a <= US_AREA_COUNT; ++a)
+        if (Table()[a - 1].cHighGroup > 0) iHighest = a;
+    return iHighest;
+}
+
+hostkit::InstanceOptions UnitedStates(uint16_t sProcFlags, uint32_t iFlagsOption) {
+    hostkit::InstanceOptions options;
+    options.countrySwitch = L"US";
+    options.sProcFlags = sProcFlags;
+    options.operands = {{QRNP_OPR_US_FLAGS, iFlagsOption}};
+    return options;
+}
+
+int CountServed(const hostkit::Instance& instance, const hostkit::Batch& batch, int iRows) {
+    int iServed = 0;
+    for (int i = 0; i < iRows; ++i) {
+        const auto row = hostkit::ReadRow(instance, batch, i);
+        iServed += row.iStatus == 0 && !row.bRejected;
+    }
+    return iServed;
+}
+
+// 100,000 generated numbers are all new and issued; masked with full
+// validation every row is served, and masking the masked numbers again
+// (still validating) serves every row too.
+TEST(UsScenario, GeneratedNumbersMaskWithFullValidationTwice) {
+    constexpr int kRows = 100000;
+    auto instance = hostkit::MakeInstance(testsupport::Linked(), UnitedStates(QRNP_PROC_VALIDATE_FULLY, kTableOption));
+    ASSERT_EQ(hostkit::InitInstance(*instance), 0);
+    hostkit::Batch batch;
+    hostkit::FillBatch(*instance, std::vector<hostkit::CellValue>(kRows, {true, L""}), &batch);
+    ASSERT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_RANDOM), 0);
+
+    std::vector<hostkit::CellValue> values;
+    std::set<std::wstring> seen;
+    for (int i = 0; i < kRows; ++i) {
+        const std::wstring out = *hostkit::ReadRow(*instance, batch, i).output;
+        ASSERT_EQ(out.size(), 9u);
+        const int iArea = std::stoi(out.substr(0, 3));
+        ASSERT_TRUE(iArea >= 1 && iArea <= HighestAreaInUse() && iArea != 666) << hostkit::ToUtf8(out);
+        ASSERT_GT(Table()[iArea - 1].cHighGroup, 0) << hostkit::ToUtf8(out);
+        ASSERT_TRUE(seen.insert(out).second) << "repeated " << hostkit::ToUtf8(out);
+        values.push_back({false, out});
+    }
+
+    for (int pass = 1; pass <= 2; ++pass) {
+        hostkit::FillBatch(*instance, values, &batch);
+        const int32_t iService = hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK);
+        const int iServed = CountServed(*instance, batch, kRows);
+        std::cout << "table option " << kTableOption << ", mask pass " << pass << " with full validation: " << iServed
+                  << " of " << kRows << " rows served" << std::endl;
+        EXPECT_EQ(iService, 0) << "pass " << pass;
+        EXPECT_EQ(iServed, kRows) << "pass " << pass;
+        for (int i = 0; i < kRows; ++i) values[static_cast<size_t>(i)].text = *hostkit::ReadRow(*instance, batch, i).output;
+    }
+    EXPECT_EQ(hostkit::TerminateInstance(*instance), 0);
+}
+
+// With option flag 32 the area is replaced by one of its block (the Railroad
+// Board's 700-728) and each area hands out its numbers in turn.
+TEST(UsScenario, ReplacedAreasStayInTheirBlockAndCountUp) {
+    std::vector<std::optional<std::wstring>> values;
+    for (int i = 0; i < 2000; ++i) {
+        const int iSerial = 1 + i % 9999;
+        wchar_t text[16];
+        swprintf(text, 16, L"%03d-01-%04d", 700 + i % 29, iSerial);
+        values.push_back(std::wstring(text));
+    }
+    const auto result = testsupport::RunRows(UnitedStates(0, US_OPTION_REPLACE_AREA | kTableOption), values);
+    ASSERT_EQ(result.iService, 0);
+    std::map<int, int> lastSerial;
+    std::set<int> areas;
+    for (const auto& row : result.rows) {
+        const std::wstring& out = *row.output;
+        const int iArea = std::stoi(out.substr(0, 3));
+        const int iGroup = std::stoi(out.substr(4, 2));
+        const int iSerial = std::stoi(out.substr(7, 4));
+        ASSERT_TRUE(iArea >= 700 && iArea <= 728) << hostkit::ToUtf8(out);
+        EXPECT_EQ(iGroup, Table()[iArea - 1].cHighGroup) << hostkit::ToUtf8(out);
+        if (lastSerial.count(iArea) != 0) {
+            EXPECT_EQ(iSerial, lastSerial[iArea] + 1) << hostkit::ToUtf8(out);
+        }
+        lastSerial[iArea] = iSerial;
+        areas.insert(iArea);
+    }
+    EXPECT_GT(areas.size(), 20u);
+}
+
+// The table is chosen by the first call of each function; later flags that
+// name another table change nothing.
+TEST(UsScenario, TheTableIsChosenOnce) {
+    int32_t iOut = 0;
+    MaskSSN(123456789, &iOut, kTableFlags, 0, nullptr, nullptr);
+    RandomSSN(&iOut, kTableFlags);
+
+    // Area 800 is in use in "10/10/10" only.
+    const int32_t iExpected = Table()[799].cHighGroup > 0 ? 0 : QRNP_MSG_US_INVALID_AREA;
+    EXPECT_EQ(MaskSSN(800456789, &iOut, kOtherFlags, 0, nullptr, nullptr), iExpected);
+    // Group 06 of area 001 was issued by 01/02/08 but not by 11/01/06.
+    const int32_t iGroupExpected = IssuanceRank(6) <= IssuanceRank(Table()[0].cHighGroup) ? 0 : QRNP_MSG_US_INVALID_GROUP;
+    EXPECT_EQ(MaskSSN(1061234, &iOut, US_FLAG_TABLE_2006, QRNP_PROC_VALIDATE_FULLY, nullptr, nullptr), iGroupExpected);
+    EXPECT_EQ(MaskSSN(1061234, &iOut, US_FLAG_TABLE_2008, QRNP_PROC_VALIDATE_FULLY, nullptr, nullptr), iGroupExpected);
+
+    int iAbove772 = 0;
+    for (int i = 0; i < 5000; ++i) {
+        ASSERT_EQ(RandomSSN(&iOut, kOtherFlags), 0);
+        ASSERT_GT(Table()[iOut / 1000000 - 1].cHighGroup, 0) << iOut;
+        iAbove772 += iOut / 1000000 > 772;
+    }
+    if (kTableFlags == 0) {
+        EXPECT_GT(iAbove772, 0);
+    } else {
+        EXPECT_EQ(iAbove772, 0);
+    }
+}
+
+}  // namespace
