@@ -1,11 +1,13 @@
 #include "provider/country_table.h"
 
 #include "countries/fr/QRNPNidFrS.h"
+#include "countries/it/QRNPNidItS.h"
 
 namespace {
 
 const CountryEntry kCountries[] = {
     {QRNP_COUNTRY_FR, L"France", QRNP_MSG_FR_INIT_FAILED, InitCountryFR, RBPNIDMaskFR, false},
+    {QRNP_COUNTRY_IT, L"Italy", QRNP_MSG_IT_INIT_FAILED, InitCountryIT, RBPNIDMaskIT, false},
 };
 
 }  // namespace
