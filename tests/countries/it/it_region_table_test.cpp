@@ -57,6 +57,7 @@ TEST(ItRegionTable, EveryEntryIsRefusedAndOnlyThose) {
     }
     EXPECT_EQ(iRefused, IT_INVALID_REGION_CODES);
     for (const auto& entry : InvalidRegionCodes) EXPECT_EQ(IsValidRegionCode(entry), 0) << entry;
+    EXPECT_EQ(IsValidRegionCode(nullptr), 0);
 }
 
 // The generated file must match the data it was generated from (a stale
