@@ -4,6 +4,7 @@
 #include "countries/fr/QRNPNidFrS.h"
 #include "countries/uk/QRNPNidUkS.h"
 #include "countries/us/QRNPNidUsS.h"
+#include "countries/it/QRNPNidItS.h"
 
 namespace {
 
@@ -12,6 +13,7 @@ const CountryEntry kCountries[] = {
     {QRNP_COUNTRY_UK, L"UK", QRNP_MSG_UK_INIT_FAILED, InitCountryUK, RBPNIDMaskUK, false},
     {QRNP_COUNTRY_ES, L"Spain", QRNP_MSG_ES_INIT_FAILED, InitCountryES, RBPNIDMaskES, true},
     {QRNP_COUNTRY_US, L"US", QRNP_MSG_US_INIT_FAILED, InitCountryUS, RBPNIDMaskUS, false},
+    {QRNP_COUNTRY_IT, L"Italy", QRNP_MSG_IT_INIT_FAILED, InitCountryIT, RBPNIDMaskIT, false},
 };
 
 }  // namespace
