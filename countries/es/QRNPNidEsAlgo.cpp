@@ -72,12 +72,3 @@ void randomNIF(uint64_t* output, int16_t count) {
     TRC_VAR(kComp, "output", KNL_TRC_U64, output);
     TRC_EXIT(kComp, "randomNIF", 0);
 }
-
-int CharacterCompare(const void* a, const void* b) {
-    TRC_ENTRY(kComp, "CharacterCompare");
-    const wchar_t ca = *static_cast<const wchar_t*>(a);
-    const wchar_t cb = *static_cast<const wchar_t*>(b);
-    const int iResult = static_cast<int16_t>(static_cast<uint16_t>(ca - cb));
-    TRC_EXIT(kComp, "CharacterCompare", iResult);
-    return iResult;
-}

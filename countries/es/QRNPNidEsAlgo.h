@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "countries/character_compare.h"
 #include "countries/es/QRNPNidEsFlags.h"
 
 // The only NIE prefix recognised.
@@ -23,9 +24,5 @@ void maskNIF(const wchar_t* digits, int16_t* output, int16_t count);
 // srand(time(NULL)).
 void randomNIF(uint64_t* output, int16_t count);
 
-// Search comparison of two wide characters (pointers to wchar_t): a - b cut
-// to 16 bits and sign-extended, so characters more than 32767 apart compare
-// wrongly; letters and digits never are.
-int CharacterCompare(const void* a, const void* b);
 
 #endif
