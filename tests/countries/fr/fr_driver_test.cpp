@@ -91,7 +91,9 @@ TEST(FranceDriverTest, InvalidDataPassesThroughOnlyWhenAsked) {
         const auto rejected = RunRows(options, {L"385057800608491"});
         EXPECT_TRUE(rejected.rows[0].bRejected);
         EXPECT_EQ(rejected.iTerminate, -2);
-        if (bSeparate) EXPECT_EQ(rejected.rows[0].output, L"") << "the destination is left as it was";
+        if (bSeparate) {
+            EXPECT_EQ(rejected.rows[0].output, L"") << "the destination is left as it was";
+        }
     }
     // A masking failure is not invalid data: lower-case Corsica passes the
     // checks but the algorithm reads only capitals, so the row is rejected.
