@@ -10,6 +10,7 @@
 
 #include "countries/it/QRNPNidItAlgo.h"
 
+#include <bitset>
 #include <cstdlib>
 #include <ctime>
 
@@ -64,16 +65,32 @@ inline void PutDigits(wchar_t* pDst, int32_t iValue, int32_t iDigits) {
 // and "add n while below 0" give for every k they are applied to.
 inline int32_t Wrap(int32_t k, int32_t n) { return ((k % n) + n) % n; }
 
-inline wchar_t FoldCase(wchar_t c) { return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c - L'A' + L'a') : c; }
+// Bit (letter - "A") * 1000 + number is set for each code of InvalidRegionCodes.
+constexpr size_t kRegionCodeBits = 26 * 1000;
 
-// Compares the first four characters of two region codes without regard to case.
-int CompareRegionCodes(const wchar_t* pEntry, const wchar_t* pCode) {
-    for (int32_t i = 0; i < 4; ++i) {
-        const wchar_t a = FoldCase(pEntry[i]), b = FoldCase(pCode[i]);
-        if (a != b) return a < b ? -1 : 1;
-        if (a == L'\0') break;
+// The bit of a code made of a capital letter and three digits, or -1 for any other code.
+int32_t RegionCodeBit(const wchar_t* pCode) {
+    if (pCode[0] < L'A' || pCode[0] > L'Z') return -1;
+    int32_t iNumber = 0;
+    for (int32_t i = 1; i < 4; ++i) {
+        if (pCode[i] < L'0' || pCode[i] > L'9') return -1;
+        iNumber = iNumber * 10 + static_cast<int32_t>(pCode[i] - L'0');
     }
-    return 0;
+    return static_cast<int32_t>(pCode[0] - L'A') * 1000 + iNumber;
+}
+
+// The refused codes as bits, made once from InvalidRegionCodes. Every entry
+// is a capital letter and three digits, so a code of that shape is refused
+// exactly when its bit is set, and a code with anything else after its
+// capital letter equals no entry, even compared without regard to case: this
+// answers what a binary search of the table answers, in a few instructions.
+const std::bitset<kRegionCodeBits>& RefusedRegionCodes() {
+    static const std::bitset<kRegionCodeBits> bits = [] {
+        std::bitset<kRegionCodeBits> refused;
+        for (const auto& entry : InvalidRegionCodes) refused.set(static_cast<size_t>(RegionCodeBit(entry)));
+        return refused;
+    }();
+    return bits;
 }
 
 // A name code (3 characters from iStart) may have anything before its first
@@ -203,18 +220,10 @@ int32_t IsValidRegionCode(const wchar_t* pCode) {
         TRC_EXIT(kComp, "IsValidRegionCode", 0);
         return 0;
     }
-    int32_t iLow = 0, iHigh = IT_INVALID_REGION_CODES - 1;
-    while (iLow <= iHigh) {
-        const int32_t iMiddle = (iLow + iHigh) / 2;
-        const int iCmp = CompareRegionCodes(InvalidRegionCodes[iMiddle], pCode);
-        if (iCmp == 0) {
-            TRC_EXIT(kComp, "IsValidRegionCode", 0);
-            return 0;
-        }
-        if (iCmp > 0)
-            iHigh = iMiddle - 1;
-        else
-            iLow = iMiddle + 1;
+    const int32_t iBit = RegionCodeBit(pCode);
+    if (iBit >= 0 && RefusedRegionCodes().test(static_cast<size_t>(iBit))) {
+        TRC_EXIT(kComp, "IsValidRegionCode", 0);
+        return 0;
     }
     TRC_EXIT(kComp, "IsValidRegionCode", 1);
     return 1;
