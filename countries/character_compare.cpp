@@ -3,8 +3,6 @@
 
 #include "countries/character_compare.h"
 
-#include <cstdint>
-
 #include "common/trace.h"
 
 namespace {
@@ -13,9 +11,7 @@ constexpr const char* kComp = "QRNPNidEsAlgo";
 
 int CharacterCompare(const void* a, const void* b) {
     TRC_ENTRY(kComp, "CharacterCompare");
-    const wchar_t ca = *static_cast<const wchar_t*>(a);
-    const wchar_t cb = *static_cast<const wchar_t*>(b);
-    const int iResult = static_cast<int16_t>(static_cast<uint16_t>(ca - cb));
+    const int iResult = CharacterDifference(a, b);
     TRC_EXIT(kComp, "CharacterCompare", iResult);
     return iResult;
 }

@@ -49,6 +49,40 @@ constexpr int32_t kDigitPositionsFromRight[7] = {14, 13, 12, 10, 9, 7, 6};
 // Set until the first random number of the process has seeded rand().
 bool bSeedPending = true;
 
+// Index of c in an ascending letter table, or -1: std::bsearch with `compare`.
+inline int32_t LetterIndex(wchar_t c, const wchar_t* pTable, size_t iCount, int (*compare)(const void*, const void*)) {
+    const void* pFound = std::bsearch(&c, pTable, iCount, sizeof(wchar_t), compare);
+    return pFound == nullptr ? -1 : static_cast<int32_t>(static_cast<const wchar_t*>(pFound) - pTable);
+}
+
+// DecodeField without replacement letters: each character counts as its code - "0".
+inline int32_t DigitsValue(const wchar_t* pValue, int32_t iStart, int32_t iDigits) {
+    int32_t iValue = 0;
+    for (int32_t i = iStart; i < iStart + iDigits; ++i) iValue = iValue * 10 + static_cast<int32_t>(pValue[i] - L'0');
+    return iValue;
+}
+
+// FindLetter and DecodeField run several times a row. While tracing is off
+// their common case is one trace check and code without calls; the rest
+// runs in these out-of-line twins, so that the common case stays a leaf.
+[[gnu::cold, gnu::noinline]] int32_t FindLetterTraced(wchar_t c, const wchar_t* pTable, size_t iCount) {
+    TRC_ENTRY(kComp, "FindLetter");
+    const int32_t iIndex = LetterIndex(c, pTable, iCount, CharacterCompare);
+    TRC_EXIT(kComp, "FindLetter", iIndex);
+    return iIndex;
+}
+
+[[gnu::noinline]] int32_t DecodeFieldInFull(const wchar_t* pValue, int32_t iStart, int32_t iDigits, bool bLetters) {
+    TRC_ENTRY(kComp, "DecodeField");
+    int32_t iValue = 0;
+    for (int32_t i = iStart; i < iStart + iDigits; ++i) {
+        const int32_t iLetter = bLetters ? FindLetter(pValue[i], REPLACEMENTS, kReplacements) : -1;
+        iValue = iValue * 10 + (iLetter >= 0 ? iLetter : static_cast<int32_t>(pValue[i] - L'0'));
+    }
+    TRC_EXIT(kComp, "DecodeField", iValue);
+    return iValue;
+}
+
 inline bool IsVowel(wchar_t c) { return FindLetter(c, VOWELS, kVowels) >= 0; }
 inline bool IsShortMonth(wchar_t c) { return FindLetter(c, SHORT_MONTHS, kShortMonths) >= 0; }
 inline bool IsReplacement(wchar_t c) { return FindLetter(c, REPLACEMENTS, kReplacements) >= 0; }
@@ -148,22 +182,13 @@ void RandomName(wchar_t* pOut) {
 }  // namespace
 
 int32_t FindLetter(wchar_t c, const wchar_t* pTable, size_t iCount) {
-    TRC_ENTRY(kComp, "FindLetter");
-    const auto* pFound = static_cast<const wchar_t*>(std::bsearch(&c, pTable, iCount, sizeof(wchar_t), CharacterCompare));
-    const int32_t iIndex = pFound == nullptr ? -1 : static_cast<int32_t>(pFound - pTable);
-    TRC_EXIT(kComp, "FindLetter", iIndex);
-    return iIndex;
+    if (QRNP_TRACE_ON()) return FindLetterTraced(c, pTable, iCount);
+    return LetterIndex(c, pTable, iCount, CharacterDifference);
 }
 
 int32_t DecodeField(const wchar_t* pValue, int32_t iStart, int32_t iDigits, bool bLetters) {
-    TRC_ENTRY(kComp, "DecodeField");
-    int32_t iValue = 0;
-    for (int32_t i = iStart; i < iStart + iDigits; ++i) {
-        const int32_t iLetter = bLetters ? FindLetter(pValue[i], REPLACEMENTS, kReplacements) : -1;
-        iValue = iValue * 10 + (iLetter >= 0 ? iLetter : static_cast<int32_t>(pValue[i] - L'0'));
-    }
-    TRC_EXIT(kComp, "DecodeField", iValue);
-    return iValue;
+    if (bLetters || QRNP_TRACE_ON()) return DecodeFieldInFull(pValue, iStart, iDigits, bLetters);
+    return DigitsValue(pValue, iStart, iDigits);
 }
 
 uint32_t ValidateCF(CtrlBlk* pCtrlBlk, int32_t iRownum, const wchar_t* value, uint64_t lRowFlags) {
