@@ -29,7 +29,8 @@ void CsvRecord::Clear() {
     iLine = 0;
 }
 
-CsvReader::CsvReader(InputFile& input) : input_(input), pParser_(new csv_parser), buffer_(kBlock) {
+CsvReader::CsvReader(InputFile& input, bool bHeader)
+    : input_(input), pParser_(new csv_parser), buffer_(kBlock), bHeader_(bHeader) {
     csv_init(pParser_, CSV_STRICT | CSV_STRICT_FINI);
     csv_set_space_func(pParser_, NoSpace);
 }
@@ -90,8 +91,9 @@ bool CsvReader::Next(CsvRecord* pRecord, std::string* pError) {
     bRecordDone_ = false;
     bFinishing_ = false;
     const auto syntaxError = [&](const char* pWhat) {
-        *pError = input_.Name() + ": record " + std::to_string(iRecords_ + 1) + " (line " +
-                  std::to_string(iLines_ + 1) + "): " + pWhat;
+        const std::string record = bHeader_ && iRecords_ == 0 ? "the header"
+                                   : "record " + std::to_string(iRecords_ + (bHeader_ ? 0 : 1));
+        *pError = input_.Name() + ": " + record + " (line " + std::to_string(iLines_ + 1) + "): " + pWhat;
         return false;
     };
     for (;;) {
@@ -110,13 +112,13 @@ bool CsvReader::Next(CsvRecord* pRecord, std::string* pError) {
         const size_t iLen = (i < iEnd_ ? i + 1 : i) - iBegin_;
         const char* pChunk = buffer_.data() + iBegin_;
         pRecord->raw.append(pChunk, iLen);
-        if (i < iEnd_ && buffer_[i] == '\n') ++iLines_;
         iBegin_ += iLen;
         if (csv_parse(pParser_, pChunk, iLen, OnField, OnRecordEnd, this) != iLen) {
             if (csv_error(pParser_) == CSV_EPARSE)
                 return syntaxError("malformed CSV: a quote inside an unquoted field, or text after a closing quote");
             return syntaxError("out of memory");
         }
+        if (pChunk[iLen - 1] == '\n') ++iLines_;
         if (bRecordDone_) {
             if (!AbsorbLineEnds(pError)) return false;
             break;

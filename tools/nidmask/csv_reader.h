@@ -39,7 +39,9 @@ struct CsvRecord {
 
 class CsvReader {
 public:
-    explicit CsvReader(InputFile& input);
+    // With bHeader, messages call the first record "the header" and number
+    // the others from 1, as data records.
+    CsvReader(InputFile& input, bool bHeader);
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
     ~CsvReader();
@@ -65,6 +67,7 @@ private:
     bool bEof_ = false;
     uint64_t iLines_ = 0;     // line ends consumed
     uint64_t iRecords_ = 0;
+    bool bHeader_;
     // While a record is being read:
     CsvRecord* pRecord_ = nullptr;
     bool bFinishing_ = false;  // in csv_fini: the last field ends at the end of the raw bytes

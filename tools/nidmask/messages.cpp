@@ -5,6 +5,8 @@
 #include <cstring>
 #include <iterator>
 
+#include "column_types.h"
+
 namespace nidmask {
 
 namespace {
@@ -125,6 +127,12 @@ std::string RenderMessage(const hostkit::Message& message) {
                 value = hostkit::ToUtf8(tokenText);
                 break;
             }
+        }
+        // Type codes read better with their names: "9 (INTEGER)".
+        if (name.find("DATATYPE") != std::string::npos && value.find_first_not_of("0123456789") == std::string::npos &&
+            !value.empty() && value.size() < 6) {
+            const std::string typeName = ColumnTypeName(static_cast<int16_t>(std::stoi(value)));
+            if (typeName != value) value += " (" + typeName + ")";
         }
         text += value;
         p = pClose + 1;

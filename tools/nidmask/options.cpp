@@ -232,7 +232,7 @@ ParsedCommandLine ParseCommandLine(int argc, char** argv) {
     app.add_option("--trace", o.tracePath, "write the provider's trace of every entry point to FILE")
         ->group(reports)
         ->type_name("FILE");
-    CLI::Option* pQuiet = app.add_flag("--quiet", o.bQuiet, "no summary (and no progress bar)")->group(reports);
+    CLI::Option* pQuiet = app.add_flag("-q,--quiet", o.bQuiet, "no summary (and no progress bar)")->group(reports);
     CLI::Option* pProgress =
         app.add_flag("--progress", o.bProgress,
                      "a progress bar on standard error (by default shown on a terminal once a run takes a second)")

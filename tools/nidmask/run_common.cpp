@@ -13,20 +13,23 @@ namespace nidmask {
 
 namespace {
 
-void PrintMessages(const std::vector<hostkit::Message>& messages) {
+// "the provider's Init failed with 4353: <text>", then the messages the
+// call captured (the one that repeats the result only once).
+void PrintFailure(const char* pEntryPoint, int32_t iResult, const std::vector<hostkit::Message>& messages) {
+    const hostkit::Message* pResult = nullptr;
     for (const hostkit::Message& message : messages)
-        PrintError("  " + std::to_string(message.iMessage) + ": " + RenderMessage(message));
-}
-
-std::string ResultText(int32_t iResult) {
-    hostkit::Message message;
-    message.iMessage = static_cast<uint32_t>(iResult);
-    return std::to_string(iResult) + ": " + RenderMessage(message);
+        if (message.iMessage == static_cast<uint32_t>(iResult)) pResult = &message;
+    hostkit::Message bare;
+    bare.iMessage = static_cast<uint32_t>(iResult);
+    PrintError(std::string("the provider's ") + pEntryPoint + " failed with " + std::to_string(iResult) + ": " +
+               RenderMessage(pResult != nullptr ? *pResult : bare));
+    for (const hostkit::Message& message : messages)
+        if (&message != pResult) PrintError("  " + std::to_string(message.iMessage) + ": " + RenderMessage(message));
 }
 
 }  // namespace
 
-SessionSettings MakeSessionSettings(const Options& options, int16_t sType) {
+SessionSettings MakeSessionSettings(const Options& options, int16_t sType, const std::string& columnName) {
     SessionSettings settings;
     hostkit::InstanceOptions& instance = settings.instance;
     // The switch is UTF-8 on the command line; bytes that are not are taken one by one.
@@ -36,6 +39,7 @@ SessionSettings MakeSessionSettings(const Options& options, int16_t sType) {
     instance.sProcFlags = options.sProcFlags;
     instance.bSeparateDestination = !options.bInPlace;
     instance.sDataType = sType;
+    if (!columnName.empty()) DecodeText(columnName, Encoding::Utf8, &instance.columnName);
     instance.iLength = options.iLength;
     instance.operands = options.operands;
     settings.sServiceMethod = options.sServiceMethod;
@@ -69,14 +73,12 @@ void PrintError(const std::string& text) {
 int StartSession(MaskingSession& session) {
     const int32_t iResult = session.Start();
     if (iResult == QRNP_OK) return kExitOk;
-    PrintError("the provider's Init failed with " + ResultText(iResult));
-    PrintMessages(session.Messages());
+    PrintFailure("Init", iResult, session.Messages());
     return kExitProvider;
 }
 
 int ReportServiceFailure(const MaskingSession& session) {
-    PrintError("the provider's Service failed with " + ResultText(session.ServiceResult()));
-    PrintMessages(session.Messages());
+    PrintFailure("Service", session.ServiceResult(), session.Messages());
     return kExitProvider;
 }
 
@@ -86,8 +88,7 @@ int FinishRun(MaskingSession& session, Progress& progress, const Options& option
     if (!options.bQuiet)
         std::fputs(Summary(session.Counts(), session.Tallies(), progress.Seconds(), options.IsRandom()).c_str(), stderr);
     if (iTerminate != QRNP_OK && iTerminate != QRNP_WARNING) {
-        PrintError("the provider's Terminate failed with " + ResultText(iTerminate));
-        PrintMessages(session.Messages());
+        PrintFailure("Terminate", iTerminate, session.Messages());
         return kExitProvider;
     }
     return session.Counts().Failed() ? kExitRowsFailed : kExitOk;

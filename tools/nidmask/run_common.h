@@ -21,8 +21,9 @@ struct RunContext {
     ReportWriter* pReport;
 };
 
-// Provider settings for a column of type sType.
-SessionSettings MakeSessionSettings(const Options& options, int16_t sType);
+// Provider settings for a column of type sType named columnName (a message
+// token; "" keeps the default name).
+SessionSettings MakeSessionSettings(const Options& options, int16_t sType, const std::string& columnName);
 
 // What becomes of a row in the output.
 enum class CellAction {

@@ -66,7 +66,7 @@ int RunCsv(const RunContext& context) {
         PrintError(error);
         return kExitIo;
     }
-    CsvReader reader(input);
+    CsvReader reader(input, !options.bNoHeader);
     CsvRecord record;
 
     // The header: copied as it is, and the source of column names.
@@ -86,12 +86,14 @@ int RunCsv(const RunContext& context) {
             return kExitUsage;
         }
     }
-    if (bHeader) output.Write(record.raw);
     const size_t column = static_cast<size_t>(iColumn);
+    const std::string columnName = bHeader && column < record.FieldCount() ? std::string(record.Value(column))
+                                                                            : "column " + std::to_string(column + 1);
+    if (bHeader) output.Write(record.raw);
 
     const int16_t sType = options.dataType.value_or(VARCHAR);
     const Encoding encoding = IsWideType(sType) ? Encoding::Utf8 : Encoding::Latin1;
-    MaskingSession session(context.entryPoints, MakeSessionSettings(options, sType), context.pReport);
+    MaskingSession session(context.entryPoints, MakeSessionSettings(options, sType, columnName), context.pReport);
     if (const int iExit = StartSession(session); iExit != kExitOk) return iExit;
 
     Progress progress(options.bProgress, !options.bQuiet, input.TotalBytes(), 0);

@@ -53,7 +53,7 @@ int RunDatabase(const RunContext& context) {
     }
     const int16_t sType = PresentedType(options, table);
     const bool bNumeric = IsNumericType(sType);
-    MaskingSession session(context.entryPoints, MakeSessionSettings(options, sType), context.pReport);
+    MaskingSession session(context.entryPoints, MakeSessionSettings(options, sType, options.column), context.pReport);
     if (const int iExit = StartSession(session); iExit != kExitOk) return iExit;
     if (!table.Begin(&error)) {
         PrintError(error);

@@ -29,7 +29,7 @@ int RunLines(const RunContext& context) {
 
     const int16_t sType = options.dataType.value_or(VARCHAR);
     const Encoding encoding = IsWideType(sType) ? Encoding::Utf8 : Encoding::Latin1;
-    MaskingSession session(context.entryPoints, MakeSessionSettings(options, sType), context.pReport);
+    MaskingSession session(context.entryPoints, MakeSessionSettings(options, sType, ""), context.pReport);
     if (const int iExit = StartSession(session); iExit != kExitOk) return iExit;
 
     Progress progress(options.bProgress, !options.bQuiet, input.TotalBytes(), options.count.value_or(0));
