@@ -84,6 +84,39 @@ TEST_F(LinesTest, SummaryCountsEveryKindOfRow) {
     EXPECT_EQ(Run("--country FR --quiet", "12345\n").err, "");
 }
 
+TEST_F(LinesTest, PassedThroughBytesComeOutUnchanged) {
+    // ISO-8859-1 bytes for single-byte types, UTF-8 for wide ones; tokens are UTF-8 in the report.
+    const std::string latin1 = "caf\xe9 \xff\n";
+    const std::string utf8 = "caf\xc3\xa9 \xe2\x82\xac\n";
+    struct Case {
+        const char* pArgs;
+        std::string input;
+        std::string token;
+    };
+    const Case cases[] = {
+        {"", latin1, "caf\xc3\xa9 \xc3\xbf"},
+        {"--type CHAR --length 12", latin1, "caf\xc3\xa9 \xc3\xbf"},
+        {"", utf8, "caf\xc3\x83\xc2\xa9 \xc3\xa2\xc2\x82\xc2\xac"},
+        {"--type WVARCHAR", utf8, "caf\xc3\xa9 \xe2\x82\xac"},
+        {"--type WVARCHAR_SZ", utf8, "caf\xc3\xa9 \xe2\x82\xac"},
+    };
+    for (const Case& c : cases) {
+        const RunResult result = Run(std::string("--country FR --pass-invalid --quiet --report r.jsonl ") + c.pArgs, c.input);
+        EXPECT_EQ(result.iExit, 0) << c.pArgs << result.err;
+        EXPECT_EQ(result.out, c.input) << c.pArgs;
+        EXPECT_NE(ReadFile(Path("r.jsonl")).find("\"SRCDATA\":\"" + c.token + "\""), std::string::npos) << c.pArgs;
+    }
+}
+
+TEST_F(LinesTest, ProgressOnRequest) {
+    const RunResult result = Run("--country FR --method random --count 3000 --batch 100 --progress");
+    EXPECT_EQ(result.iExit, 0);
+    // A bar with the rows done so far, cleared before the summary.
+    EXPECT_EQ(result.err.rfind("\r[#", 0), 0u) << result.err;
+    EXPECT_NE(result.err.find("100 rows"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("\r\x1b[Knidmask: 3000 rows read: 3000 generated"), std::string::npos) << result.err;
+}
+
 TEST_F(LinesTest, RandomValuesValidateFully) {
     const RunResult generated = Run("--country FR --method random --count 2500 --quiet");
     ASSERT_EQ(generated.iExit, 0) << generated.err;

@@ -70,6 +70,8 @@ TEST_F(ReportTest, NamedSettingsReachTheProviderAndRawOperandsOverrideThem) {
     // The separator setting rewrites the layout; a raw operand after it wins.
     EXPECT_EQ(Masked({value}, "--separator none")[0].size(), 15u);
     EXPECT_EQ(Masked({value}, "--separator none --option 0x1807=2")[0].size(), 16u);
+    WriteFile(Path("one.txt"), value + "\n");
+    EXPECT_EQ(Run("--country FR --option 0x1807=1 --option 0x1801=1 one.txt").iExit, 0);
     EXPECT_EQ(Masked({value}, "--separator space")[0][13], ' ');
     // Masking only the department keeps sex, year and month.
     const std::string dept = Masked({value}, "--parts dept")[0];

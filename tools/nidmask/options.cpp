@@ -173,7 +173,8 @@ ParsedCommandLine ParseCommandLine(int argc, char** argv) {
                    "settings (so it overrides them)")
         ->group(provider)
         ->type_name("KEY=VALUE")
-        ->default_str("");
+        ->default_str("")
+        ->allow_extra_args(false);  // one value per --option: INPUT may follow
     app.add_option("--type", type,
                    std::string("the column type presented to the provider: ") + ColumnTypeNames() +
                        ", or a number (default VARCHAR; with --db: TEXT columns VARCHAR, INTEGER columns "
