@@ -7,8 +7,9 @@
 
 namespace nidmask {
 
-Progress::Progress(bool bForced, bool bAllowed, uint64_t iTotalBytes, uint64_t iTotalRows)
-    : bEnabled_(bAllowed && (bForced || isatty(STDERR_FILENO) != 0)),
+Progress::Progress(bool bForced, bool bAllowed, bool bOutputOnStdout, uint64_t iTotalBytes, uint64_t iTotalRows)
+    : bEnabled_(bAllowed && (bForced || (isatty(STDERR_FILENO) != 0 &&
+                                         !(bOutputOnStdout && isatty(STDOUT_FILENO) != 0)))),
       bForced_(bForced),
       iTotalBytes_(iTotalBytes),
       iTotalRows_(iTotalRows),

@@ -15,9 +15,11 @@ namespace nidmask {
 
 class Progress {
 public:
-    // bForced: --progress; bAllowed: false with --quiet. The totals (bytes
-    // of a regular file, or rows) give a percentage when known, else 0.
-    Progress(bool bForced, bool bAllowed, uint64_t iTotalBytes, uint64_t iTotalRows);
+    // bForced: --progress; bAllowed: false with --quiet; bOutputOnStdout:
+    // results go to standard output (no bar by default when that is the
+    // terminal too). The totals (bytes of a regular file, or rows) give a
+    // percentage when known, else 0.
+    Progress(bool bForced, bool bAllowed, bool bOutputOnStdout, uint64_t iTotalBytes, uint64_t iTotalRows);
 
     // Called after each batch; redraws at most ten times a second.
     void Update(uint64_t iRows, uint64_t iBytes);

@@ -96,7 +96,8 @@ int RunCsv(const RunContext& context) {
     MaskingSession session(context.entryPoints, MakeSessionSettings(options, sType, columnName), context.pReport);
     if (const int iExit = StartSession(session); iExit != kExitOk) return iExit;
 
-    Progress progress(options.bProgress, !options.bQuiet, input.TotalBytes(), 0);
+    Progress progress(options.bProgress, !options.bQuiet, options.output.empty() || options.output == "-",
+                      input.TotalBytes(), 0);
     std::vector<hostkit::CellValue> values(static_cast<size_t>(options.iBatch));
     std::vector<RecordPlace> places(values.size());
     std::string raw;       // the batch's records

@@ -60,7 +60,7 @@ int RunDatabase(const RunContext& context) {
         return kExitIo;
     }
     const bool bWantProgress = options.bProgress || (!options.bQuiet && isatty(STDERR_FILENO) != 0);
-    Progress progress(options.bProgress, !options.bQuiet, 0, bWantProgress ? table.CountRows() : 0);
+    Progress progress(options.bProgress, !options.bQuiet, false, 0, bWantProgress ? table.CountRows() : 0);
 
     std::vector<hostkit::CellValue> values(static_cast<size_t>(options.iBatch));
     std::vector<int64_t> rowids;

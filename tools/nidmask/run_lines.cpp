@@ -32,7 +32,8 @@ int RunLines(const RunContext& context) {
     MaskingSession session(context.entryPoints, MakeSessionSettings(options, sType, ""), context.pReport);
     if (const int iExit = StartSession(session); iExit != kExitOk) return iExit;
 
-    Progress progress(options.bProgress, !options.bQuiet, input.TotalBytes(), options.count.value_or(0));
+    Progress progress(options.bProgress, !options.bQuiet, options.output.empty() || options.output == "-",
+                      input.TotalBytes(), options.count.value_or(0));
     LineReader reader(input);
     std::vector<hostkit::CellValue> values(static_cast<size_t>(options.iBatch));
     uint64_t iRecords = 0;  // records read before this batch
