@@ -91,6 +91,26 @@ TEST_F(SqliteTest, RejectedRows) {
     EXPECT_EQ(Run("--country FR --db missing.db --table person --column nir").iExit, 4);
 }
 
+TEST_F(SqliteTest, RandomFillsEveryRowAndInputErrorsRollBack) {
+    MakeTable(Path("people.db"), {kValidFr[0], std::nullopt, "", "x"});
+    ASSERT_EQ(Run("--country FR --db people.db --table person --column nir --method random --quiet").iExit, 0);
+    const Column generated = Db(Path("people.db")).Values("nir");
+    ASSERT_EQ(generated.size(), 4u);
+    for (const auto& value : generated) EXPECT_TRUE(value && value->size() == 15) << value.value_or("NULL");
+    EXPECT_EQ(Run("--country FR --quiet --validate", JoinLines({*generated[0], *generated[1], *generated[2],
+                                                                 *generated[3]})).iExit, 0);
+
+    // A value that is not UTF-8 stops the run after earlier batches were written: all rolled back.
+    std::filesystem::remove(Path("people.db"));
+    MakeTable(Path("people.db"), {kValidFr[0], kValidFr[1], kValidFr[2]});
+    Db(Path("people.db")).Exec("UPDATE person SET nir = CAST(X'26FF' AS TEXT) WHERE id = 3");
+    const Column before = Db(Path("people.db")).Values("nir");
+    const RunResult result = Run("--country FR --db people.db --table person --column nir --batch 1");
+    EXPECT_EQ(result.iExit, 4);
+    EXPECT_NE(result.err.find("record 3 (rowid 3): invalid UTF-8"), std::string::npos) << result.err;
+    EXPECT_EQ(Db(Path("people.db")).Values("nir"), before);
+}
+
 TEST_F(SqliteTest, KilledHalfwayLeavesTheTableUnchanged) {
     // Large enough that pages reach the database file before the commit.
     constexpr int kRows = 200000;
