@@ -71,6 +71,26 @@ inline wchar_t ReducedDigit(int32_t d) {
 // True when the three characters at p are "000".
 inline bool IsZeroGroup(const wchar_t* p) { return p[0] == L'0' && p[1] == L'0' && p[2] == L'0'; }
 
+// The Luhn remainder (0-9) of the string read from the left, the 2nd, 4th,
+// ... character doubled. With bDigitsOnly other characters are skipped and
+// do not count as a place; without it they enter as their code minus '0'.
+int32_t LuhnRemainder(const wchar_t* p, bool bDigitsOnly) {
+    int32_t iSum = 0;
+    bool bDouble = false;
+    for (; *p != L'\0'; ++p) {
+        if (bDigitsOnly && (*p < L'0' || *p > L'9')) continue;
+        int32_t iValue = Digit(*p);
+        if (bDouble) {
+            iValue *= 2;
+            if (iValue > 9) iValue -= 9;
+        }
+        iSum += iValue;
+        if (iSum > 9) iSum -= 10;
+        bDouble = !bDouble;
+    }
+    return iSum;
+}
+
 int32_t Length(const wchar_t* p) {
     int32_t n = 0;
     while (p[n] != L'\0') ++n;
@@ -82,19 +102,7 @@ int32_t Length(const wchar_t* p) {
 uint32_t CalculateLuhn(const wchar_t* wstr) {
     TRC_ENTRY(kComp, "CalculateLuhn");
     TRC_VAR(kComp, "wstr", KNL_TRC_WSTR, wstr);
-    int32_t iSum = 0;
-    bool bDouble = false;
-    for (const wchar_t* p = wstr; *p != L'\0'; ++p) {
-        int32_t iValue = Digit(*p);
-        if (bDouble) {
-            iValue *= 2;
-            if (iValue > 9) iValue -= 9;
-        }
-        iSum += iValue;
-        if (iSum > 9) iSum -= 10;
-        bDouble = !bDouble;
-    }
-    const uint32_t iRemainder = static_cast<uint32_t>(iSum);
+    const uint32_t iRemainder = static_cast<uint32_t>(LuhnRemainder(wstr, false));
     TRC_EXIT(kComp, "CalculateLuhn", iRemainder);
     return iRemainder;
 }
@@ -137,20 +145,7 @@ void maskLuhn(const wchar_t* head, const wchar_t* body, wchar_t* out) {
     for (int32_t i = 0; i < CA_BODY_LEN; ++i) out[CA_HEAD_LEN + i] = body[i];
     out[CA_SIN_LEN] = L'\0';
 
-    // The Luhn remainder over the digits only.
-    int32_t iSum = 0;
-    bool bDouble = false;
-    for (int32_t i = 0; i < CA_SIN_LEN; ++i) {
-        if (out[i] < L'0' || out[i] > L'9') continue;
-        int32_t iValue = Digit(out[i]);
-        if (bDouble) {
-            iValue *= 2;
-            if (iValue > 9) iValue -= 9;
-        }
-        iSum += iValue;
-        if (iSum > 9) iSum -= 10;
-        bDouble = !bDouble;
-    }
+    const int32_t iSum = LuhnRemainder(out, true);
     // The ninth digit is never doubled: taking the remainder off it makes the sum end in 0.
     if (iSum != 0) {
         int32_t iCheck = Digit(body[CA_BODY_LEN - 1]) - iSum;
@@ -285,16 +280,8 @@ uint32_t RandomSIN(int32_t* pOutSin) {
     // The check digit (still 0) sits in an undoubled place: add what the sum lacks.
     wchar_t digits[CA_SIN_LEN + 1];
     PXIntToNumW(value, CA_SIN_LEN, digits);
-    int32_t iSum = 0;
-    for (int32_t i = 0; i < CA_SIN_LEN; ++i) {
-        int32_t iValue = Digit(digits[i]);
-        if (i % 2 == 1) {
-            iValue *= 2;
-            if (iValue > 9) iValue -= 9;
-        }
-        iSum += iValue;
-    }
-    if (iSum % 10 != 0) value += 10 - iSum % 10;
+    const int32_t iRemainder = static_cast<int32_t>(CalculateLuhn(digits));
+    if (iRemainder != 0) value += 10 - iRemainder;
     // A tail "000" becomes "026": the 2 doubles to 4, and 4 + 6 keeps the sum.
     if (value % 1000 == 0) value += 26;
 
