@@ -245,10 +245,11 @@ uint32_t MaskSIN(int32_t iInSin, int32_t* pOutSin, uint64_t lFlags, const FieldD
 
     uint32_t retVal = 0;
     if (lFlags & CA_FLAG_MASK_HEAD) {
+        // The head's key is the new body's first group.
         wchar_t first3[10] = {};
-        for (int32_t i = 0; i < 3; ++i) first3[i] = body[i];
+        for (int32_t i = 0; i < CA_HEAD_LEN; ++i) first3[i] = body[i];
         int32_t key2 = 0;
-        retVal = QRNPCnvWVarcharSzToInt(first3, &key2, 0, 3);
+        retVal = QRNPCnvWVarcharSzToInt(first3, &key2, 0, CA_HEAD_LEN);
         if (retVal != 0) {
             TRC_EXIT(kComp, "MaskSIN", retVal);
             return retVal;

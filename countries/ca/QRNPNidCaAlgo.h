@@ -32,7 +32,7 @@ void maskLuhn(const wchar_t* head, const wchar_t* body, wchar_t* out);
 void transposeNum(wchar_t* str, int32_t key, int32_t k);
 
 // Shifts the three digits of str by 9 + k, 7 + 2k and 4 + k and reorders
-// them by row key mod 35 of sequence. In place; k is key mod 9; key >= 0.
+// them by the fixed order number key mod 35. In place; k is key mod 9; key >= 0.
 void transposeHead(wchar_t* str, int32_t key, int32_t k);
 
 // Applies transposeHead(headStr, key2, key2 mod 9) until the first digit of
@@ -40,11 +40,12 @@ void transposeHead(wchar_t* str, int32_t key, int32_t k);
 // passes cycles there, and the next key takes over. In place.
 void MaskHead(wchar_t* headStr, int32_t key2);
 
-// Masks the SIN iInSin (0..999999999) into *pOutSin: the body always changes
-// (never starting "000", the SIN never ending "000") and the check digit is
-// recomputed; with CA_FLAG_MASK_HEAD in lFlags the head changes too (never to
-// a region digit 8). Deterministic. pFldDef is traced only. 0, or the code of
-// a failed digit conversion (*pOutSin then untouched).
+// Masks the SIN iInSin (0..999999999) into *pOutSin: the body is transposed
+// (never to a first group "000") and the check digit recomputed; the head is
+// kept, and then the SIN never ends "000", or with CA_FLAG_MASK_HEAD in
+// lFlags transposed too (never to a region digit 8; "000" groups may then
+// occur). Deterministic. pFldDef is traced only. 0, or the code of a failed
+// digit conversion (*pOutSin then untouched).
 uint32_t MaskSIN(int32_t iInSin, int32_t* pOutSin, uint64_t lFlags, const FieldDef* pFldDef);
 
 // Writes a fresh Luhn-valid SIN into *pOutSin from rand(): region digit never
