@@ -146,28 +146,6 @@ const CountryDriver kCanada = {
     .pDstConversionTrace = "Error in dst conversion",
 };
 
-// The converter pair of a numeric column type; false for any other type.
-// DECIMAL_PKD columns of every precision are accepted (see CheckColumnCA).
-bool FillNumericConverters(int16_t sDataType, ConversionBlock* pCnvBlk) {
-    switch (sDataType) {
-        case U_LONG_LONG:
-            *pCnvBlk = {16, QRNPCnvULONGLONGToWVarcharSz, 106, QRNPCnvWVarcharSzToULONGLONG};
-            return true;
-        case INTEGER:
-        case U_INTEGER:
-            *pCnvBlk = {18, QRNPCnvUIntToWVarcharSz, 108, QRNPCnvWVarcharSzToUInt};
-            return true;
-        case DECIMAL_PKD:
-            *pCnvBlk = {19, QRNPCnvDecPKDToWVarcharSz, 109, QRNPCnvWVarcharSzToDecPKD};
-            return true;
-        case ORA_VARNUM:
-            *pCnvBlk = {17, QRNPCnvOraVarnumToWVarcharSz_Unsigned, 107, QRNPCnvWVarcharSz_UnsignedToOraVarnum};
-            return true;
-        default:
-            return false;
-    }
-}
-
 }  // namespace
 
 uint32_t CheckColumnCA(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidCtrlBlk) {
@@ -234,12 +212,10 @@ uint32_t InitCountryCA(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
         case CA_SEP_OPTION_HYPHEN: pBlock->lOptionFlags |= CA_FLAG_HYPHEN; break;
         case CA_SEP_OPTION_BLANK: pBlock->lOptionFlags |= CA_FLAG_BLANK; break;
         default: {
-            ErrorCapture(pCtrlBlk, 0, QRNP_MSG_INVALID_SEPARATOR_OPTION, 2);
-            TokenCapture(pCtrlBlk, &sSeparator, QRNP_TV_UINT16, QRNP_TOKID_SEP, 0);
-            TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
-            TRC_TEXT(kComponent, "Invalid Separator");
-            TRC_EXIT(kComponent, "InitCountryCA", QRNP_MSG_INVALID_SEPARATOR_OPTION);
-            return QRNP_MSG_INVALID_SEPARATOR_OPTION;
+            const uint32_t iCode = ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry,
+                                                                static_cast<uint16_t>(sSeparator), QRNP_TV_UINT16);
+            TRC_EXIT(kComponent, "InitCountryCA", iCode);
+            return iCode;
         }
     }
     TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);
