@@ -7,7 +7,8 @@ BUILD   ?= build
 JOBS    ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
-DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-dev libcli11-dev libbenchmark-dev
+DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-dev libcli11-dev \
+                libcsv-dev nlohmann-json3-dev sqlite3 libbenchmark-dev
 
 .PHONY: all deps build test demo bench bench-e2e clean
 
@@ -25,7 +26,9 @@ build: deps $(BUILD)/CMakeCache.txt
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
-demo: build
+# The demo needs only nidmask and the provider it loads.
+demo: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) --target nidmask -j $(JOBS)
 	@bash scripts/demo.sh $(BUILD)
 
 # Benchmarks run in release builds of their own: one as shipped, one with the
