@@ -49,56 +49,6 @@ constexpr int32_t kDigitPositionsFromRight[7] = {14, 13, 12, 10, 9, 7, 6};
 // Set until the first random number of the process has seeded rand().
 bool bSeedPending = true;
 
-// Index of c in an ascending letter table, or -1: std::bsearch with `compare`.
-inline int32_t LetterIndex(wchar_t c, const wchar_t* pTable, size_t iCount, int (*compare)(const void*, const void*)) {
-    const void* pFound = std::bsearch(&c, pTable, iCount, sizeof(wchar_t), compare);
-    return pFound == nullptr ? -1 : static_cast<int32_t>(static_cast<const wchar_t*>(pFound) - pTable);
-}
-
-// DecodeField without replacement letters: each character counts as its code - "0".
-inline int32_t DigitsValue(const wchar_t* pValue, int32_t iStart, int32_t iDigits) {
-    int32_t iValue = 0;
-    for (int32_t i = iStart; i < iStart + iDigits; ++i) iValue = iValue * 10 + static_cast<int32_t>(pValue[i] - L'0');
-    return iValue;
-}
-
-// FindLetter and DecodeField run several times a row. While tracing is off
-// their common case is one trace check and code without calls; the rest
-// runs in these out-of-line twins, so that the common case stays a leaf.
-[[gnu::cold, gnu::noinline]] int32_t FindLetterTraced(wchar_t c, const wchar_t* pTable, size_t iCount) {
-    TRC_ENTRY(kComp, "FindLetter");
-    const int32_t iIndex = LetterIndex(c, pTable, iCount, CharacterCompare);
-    TRC_EXIT(kComp, "FindLetter", iIndex);
-    return iIndex;
-}
-
-[[gnu::noinline]] int32_t DecodeFieldInFull(const wchar_t* pValue, int32_t iStart, int32_t iDigits, bool bLetters) {
-    TRC_ENTRY(kComp, "DecodeField");
-    int32_t iValue = 0;
-    for (int32_t i = iStart; i < iStart + iDigits; ++i) {
-        const int32_t iLetter = bLetters ? FindLetter(pValue[i], REPLACEMENTS, kReplacements) : -1;
-        iValue = iValue * 10 + (iLetter >= 0 ? iLetter : static_cast<int32_t>(pValue[i] - L'0'));
-    }
-    TRC_EXIT(kComp, "DecodeField", iValue);
-    return iValue;
-}
-
-inline bool IsVowel(wchar_t c) { return FindLetter(c, VOWELS, kVowels) >= 0; }
-inline bool IsShortMonth(wchar_t c) { return FindLetter(c, SHORT_MONTHS, kShortMonths) >= 0; }
-inline bool IsReplacement(wchar_t c) { return FindLetter(c, REPLACEMENTS, kReplacements) >= 0; }
-
-// Writes iValue (0 <= iValue) as exactly iDigits digits at pDst (higher digits are dropped).
-inline void PutDigits(wchar_t* pDst, int32_t iValue, int32_t iDigits) {
-    for (int32_t i = iDigits - 1; i >= 0; --i) {
-        pDst[i] = static_cast<wchar_t>(L'0' + iValue % 10);
-        iValue /= 10;
-    }
-}
-
-// k brought into 0..n-1 by steps of n: what "subtract n while above n - 1"
-// and "add n while below 0" give for every k they are applied to.
-inline int32_t Wrap(int32_t k, int32_t n) { return ((k % n) + n) % n; }
-
 // Bit (letter - "A") * 1000 + number is set for each code of InvalidRegionCodes.
 constexpr size_t kRegionCodeBits = 26 * 1000;
 
@@ -126,6 +76,100 @@ const std::bitset<kRegionCodeBits>& RefusedRegionCodes() {
     }();
     return bits;
 }
+
+// Index of c in an ascending letter table, or -1: std::bsearch with `compare`.
+inline int32_t LetterIndex(wchar_t c, const wchar_t* pTable, size_t iCount, int (*compare)(const void*, const void*)) {
+    const void* pFound = std::bsearch(&c, pTable, iCount, sizeof(wchar_t), compare);
+    return pFound == nullptr ? -1 : static_cast<int32_t>(static_cast<const wchar_t*>(pFound) - pTable);
+}
+
+// DecodeField without replacement letters: each character counts as its code - "0".
+inline int32_t DigitsValue(const wchar_t* pValue, int32_t iStart, int32_t iDigits) {
+    int32_t iValue = 0;
+    for (int32_t i = iStart; i < iStart + iDigits; ++i) iValue = iValue * 10 + static_cast<int32_t>(pValue[i] - L'0');
+    return iValue;
+}
+
+// IsValidRegionCode's test of a code (not null).
+bool RegionCodeMayBeCarried(const wchar_t* pCode) {
+    const wchar_t c = pCode[0];
+    if (!((c >= L'A' && c <= L'M' && c != L'J' && c != L'K') || c == L'Z')) return false;
+    if (pCode[1] == L'0' && pCode[2] == L'0' && pCode[3] == L'0') return false;
+    const int32_t iBit = RegionCodeBit(pCode);
+    return iBit < 0 || !RefusedRegionCodes().test(static_cast<size_t>(iBit));
+}
+
+// GetControlCharacter's work; returns the sum the character comes from.
+int16_t PutControlCharacter(wchar_t* value) {
+    int16_t sSum = 0;
+    bool bOdd = true;
+    for (int32_t i = 0; i < IT_POS_CHECK; ++i) {
+        wchar_t c = value[i];
+        if (c >= L'0' && c <= L'9') c = static_cast<wchar_t>(L'A' + (c - L'0'));
+        if (c < L'A' || c > L'Z') continue;  // not scored, and takes no place
+        sSum = static_cast<int16_t>(sSum + (bOdd ? ODD_VALUES[c - L'A'] : c - L'A'));
+        bOdd = !bOdd;
+    }
+    value[IT_POS_CHECK] = static_cast<wchar_t>(L'A' + sSum % 26);
+    return sSum;
+}
+
+// FindLetter, DecodeField, IsValidRegionCode and GetControlCharacter run
+// several times a row. While tracing is off their common case is one trace
+// check and code without calls; the rest runs in these out-of-line twins,
+// so that the common case stays a leaf.
+[[gnu::cold, gnu::noinline]] int32_t FindLetterTraced(wchar_t c, const wchar_t* pTable, size_t iCount) {
+    TRC_ENTRY(kComp, "FindLetter");
+    const int32_t iIndex = LetterIndex(c, pTable, iCount, CharacterCompare);
+    TRC_EXIT(kComp, "FindLetter", iIndex);
+    return iIndex;
+}
+
+[[gnu::noinline]] int32_t DecodeFieldInFull(const wchar_t* pValue, int32_t iStart, int32_t iDigits, bool bLetters) {
+    TRC_ENTRY(kComp, "DecodeField");
+    int32_t iValue = 0;
+    for (int32_t i = iStart; i < iStart + iDigits; ++i) {
+        const int32_t iLetter = bLetters ? FindLetter(pValue[i], REPLACEMENTS, kReplacements) : -1;
+        iValue = iValue * 10 + (iLetter >= 0 ? iLetter : static_cast<int32_t>(pValue[i] - L'0'));
+    }
+    TRC_EXIT(kComp, "DecodeField", iValue);
+    return iValue;
+}
+
+[[gnu::cold, gnu::noinline]] int32_t IsValidRegionCodeTraced(const wchar_t* pCode) {
+    TRC_ENTRY(kComp, "IsValidRegionCode");
+    if (pCode == nullptr) {
+        TRC_EXIT(kComp, "IsValidRegionCode", 0);
+        return 0;
+    }
+    TRC_VAR(kComp, "pCode", KNL_TRC_WSTR, pCode);
+    const int32_t iValid = RegionCodeMayBeCarried(pCode) ? 1 : 0;
+    TRC_EXIT(kComp, "IsValidRegionCode", iValid);
+    return iValid;
+}
+
+[[gnu::cold, gnu::noinline]] void GetControlCharacterTraced(wchar_t* value) {
+    TRC_ENTRY(kComp, "GetControlCharacter");
+    int16_t sSum = PutControlCharacter(value);
+    TRC_VAR(kComp, "sSum", KNL_TRC_I16, &sSum);
+    TRC_EXIT(kComp, "GetControlCharacter", value[IT_POS_CHECK]);
+}
+
+inline bool IsVowel(wchar_t c) { return FindLetter(c, VOWELS, kVowels) >= 0; }
+inline bool IsShortMonth(wchar_t c) { return FindLetter(c, SHORT_MONTHS, kShortMonths) >= 0; }
+inline bool IsReplacement(wchar_t c) { return FindLetter(c, REPLACEMENTS, kReplacements) >= 0; }
+
+// Writes iValue (0 <= iValue) as exactly iDigits digits at pDst (higher digits are dropped).
+inline void PutDigits(wchar_t* pDst, int32_t iValue, int32_t iDigits) {
+    for (int32_t i = iDigits - 1; i >= 0; --i) {
+        pDst[i] = static_cast<wchar_t>(L'0' + iValue % 10);
+        iValue /= 10;
+    }
+}
+
+// k brought into 0..n-1 by steps of n: what "subtract n while above n - 1"
+// and "add n while below 0" give for every k they are applied to.
+inline int32_t Wrap(int32_t k, int32_t n) { return ((k % n) + n) % n; }
 
 // A name code (3 characters from iStart) may have anything before its first
 // vowel and further vowels after it; from the first non-vowel after a vowel
@@ -230,44 +274,13 @@ uint32_t ValidateCF(CtrlBlk* pCtrlBlk, int32_t iRownum, const wchar_t* value, ui
 }
 
 int32_t IsValidRegionCode(const wchar_t* pCode) {
-    TRC_ENTRY(kComp, "IsValidRegionCode");
-    if (pCode == nullptr) {
-        TRC_EXIT(kComp, "IsValidRegionCode", 0);
-        return 0;
-    }
-    TRC_VAR(kComp, "pCode", KNL_TRC_WSTR, pCode);
-    const wchar_t c = pCode[0];
-    if (!((c >= L'A' && c <= L'M' && c != L'J' && c != L'K') || c == L'Z')) {
-        TRC_EXIT(kComp, "IsValidRegionCode", 0);
-        return 0;
-    }
-    if (pCode[1] == L'0' && pCode[2] == L'0' && pCode[3] == L'0') {
-        TRC_EXIT(kComp, "IsValidRegionCode", 0);
-        return 0;
-    }
-    const int32_t iBit = RegionCodeBit(pCode);
-    if (iBit >= 0 && RefusedRegionCodes().test(static_cast<size_t>(iBit))) {
-        TRC_EXIT(kComp, "IsValidRegionCode", 0);
-        return 0;
-    }
-    TRC_EXIT(kComp, "IsValidRegionCode", 1);
-    return 1;
+    if (QRNP_TRACE_ON()) return IsValidRegionCodeTraced(pCode);
+    return pCode != nullptr && RegionCodeMayBeCarried(pCode) ? 1 : 0;
 }
 
 void GetControlCharacter(wchar_t* value) {
-    TRC_ENTRY(kComp, "GetControlCharacter");
-    int16_t sSum = 0;
-    bool bOdd = true;
-    for (int32_t i = 0; i < IT_POS_CHECK; ++i) {
-        wchar_t c = value[i];
-        if (c >= L'0' && c <= L'9') c = static_cast<wchar_t>(L'A' + (c - L'0'));
-        if (c < L'A' || c > L'Z') continue;  // not scored, and takes no place
-        sSum = static_cast<int16_t>(sSum + (bOdd ? ODD_VALUES[c - L'A'] : c - L'A'));
-        bOdd = !bOdd;
-    }
-    value[IT_POS_CHECK] = static_cast<wchar_t>(L'A' + sSum % 26);
-    TRC_VAR(kComp, "sSum", KNL_TRC_I16, &sSum);
-    TRC_EXIT(kComp, "GetControlCharacter", value[IT_POS_CHECK]);
+    if (QRNP_TRACE_ON()) return GetControlCharacterTraced(value);
+    PutControlCharacter(value);
 }
 
 int16_t MaskName(const wchar_t* pSource, wchar_t* pTarget, int16_t sShift) {
