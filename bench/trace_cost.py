@@ -4,22 +4,27 @@ a build with the tracing calls and one with them compiled out (QRNP_NO_TRACE).
 
     bench/trace_cost.py TRACED_BENCH NOTRACE_BENCH [ROUNDS] [FILTER]
 
-Runs the two binaries in turn, ROUNDS times each (default 5), and keeps each
-benchmark's best CPU time, the run least disturbed by other work on the
-machine. Prints rows per second of both and the cost in per cent.
+Runs each benchmark in the two binaries in turn, ROUNDS times (default 7),
+and keeps each one's best CPU time: the run least disturbed by other work on
+a shared machine. Prints rows per second of both and the cost in per cent.
 """
 import json
+import re
 import subprocess
 import sys
 
 
-def best_times(binary, bench_filter, rounds, best):
-    out = subprocess.run([binary, f"--benchmark_filter={bench_filter}", "--benchmark_min_time=0.3",
+def names(binary, bench_filter):
+    out = subprocess.run([binary, f"--benchmark_filter={bench_filter}", "--benchmark_list_tests=true"],
+                         check=True, capture_output=True, text=True).stdout
+    return [line.strip() for line in out.splitlines() if line.strip()]
+
+
+def ns_per_row(binary, name):
+    out = subprocess.run([binary, f"--benchmark_filter=^{re.escape(name)}$", "--benchmark_min_time=0.2",
                           "--benchmark_format=json"], check=True, capture_output=True, text=True).stdout
-    for b in json.loads(out)["benchmarks"]:
-        ns_per_row = b["cpu_time"] * {"us": 1e3, "ns": 1.0, "ms": 1e6}[b["time_unit"]] / 1000.0
-        key = (binary, b["name"])
-        best[key] = min(best.get(key, float("inf")), ns_per_row)
+    b = json.loads(out)["benchmarks"][0]
+    return b["cpu_time"] * {"us": 1e3, "ns": 1.0, "ms": 1e6}[b["time_unit"]] / 1000.0
 
 
 def main():
@@ -27,19 +32,15 @@ def main():
         print(__doc__, file=sys.stderr)
         return 2
     traced, notrace = sys.argv[1], sys.argv[2]
-    rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 5
+    rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 7
     bench_filter = sys.argv[4] if len(sys.argv) > 4 else "^(Mask|Random)/"
-    best = {}
-    for _ in range(rounds):
-        for binary in (traced, notrace):
-            best_times(binary, bench_filter, rounds, best)
-    names = sorted({name for (_, name) in best})
     print(f"{'benchmark':28s} {'tracing off':>12s} {'compiled out':>13s} {'cost':>7s}")
-    for name in names:
-        t, u = best.get((traced, name)), best.get((notrace, name))
-        if t is None or u is None:
-            continue
-        print(f"{name:28s} {1e3 / t:10.2f}M/s {1e3 / u:11.2f}M/s {100 * (t - u) / u:6.1f}%")
+    for name in names(traced, bench_filter):
+        t = u = float("inf")
+        for _ in range(rounds):
+            t = min(t, ns_per_row(traced, name))
+            u = min(u, ns_per_row(notrace, name))
+        print(f"{name:28s} {1e3 / t:10.2f}M/s {1e3 / u:11.2f}M/s {100 * (t - u) / u:6.1f}%", flush=True)
     return 0
 
 
