@@ -3,6 +3,8 @@
 
 #include "countries/character_compare.h"
 
+#include <cstdint>
+
 #include "common/trace.h"
 
 namespace {
@@ -11,7 +13,9 @@ constexpr const char* kComp = "QRNPNidEsAlgo";
 
 int CharacterCompare(const void* a, const void* b) {
     TRC_ENTRY(kComp, "CharacterCompare");
-    const int iResult = CharacterDifference(a, b);
+    const wchar_t ca = *static_cast<const wchar_t*>(a);
+    const wchar_t cb = *static_cast<const wchar_t*>(b);
+    const int iResult = static_cast<int16_t>(static_cast<uint16_t>(ca - cb));
     TRC_EXIT(kComp, "CharacterCompare", iResult);
     return iResult;
 }

@@ -77,10 +77,23 @@ const std::bitset<kRegionCodeBits>& RefusedRegionCodes() {
     return bits;
 }
 
-// Index of c in an ascending letter table, or -1: std::bsearch with `compare`.
-inline int32_t LetterIndex(wchar_t c, const wchar_t* pTable, size_t iCount, int (*compare)(const void*, const void*)) {
-    const void* pFound = std::bsearch(&c, pTable, iCount, sizeof(wchar_t), compare);
+// Index of c in an ascending letter table, or -1: std::bsearch with CharacterCompare.
+int32_t LetterIndex(wchar_t c, const wchar_t* pTable, size_t iCount) {
+    const void* pFound = std::bsearch(&c, pTable, iCount, sizeof(wchar_t), CharacterCompare);
     return pFound == nullptr ? -1 : static_cast<int32_t>(static_cast<const wchar_t*>(pFound) - pTable);
+}
+
+// What LetterIndex returns, found by a scan without branches. CharacterCompare
+// tells characters apart by their low 16 bits only, and every letter table
+// holds distinct capitals, so c is found exactly where an entry equals its
+// low 16 bits. The binary search's branches follow the letter looked up;
+// on varied letters (generated names) they mispredict, and each miss costs
+// more than this whole scan of at most 21 entries.
+inline int32_t ScanLetters(wchar_t c, const wchar_t* pTable, size_t iCount) {
+    const wchar_t key = static_cast<uint16_t>(c);
+    int32_t iIndex = -1;
+    for (size_t i = 0; i < iCount; ++i) iIndex = pTable[i] == key ? static_cast<int32_t>(i) : iIndex;
+    return iIndex;
 }
 
 // DecodeField without replacement letters: each character counts as its code - "0".
@@ -120,7 +133,7 @@ int16_t PutControlCharacter(wchar_t* value) {
 // so that the common case stays a leaf.
 [[gnu::cold, gnu::noinline]] int32_t FindLetterTraced(wchar_t c, const wchar_t* pTable, size_t iCount) {
     TRC_ENTRY(kComp, "FindLetter");
-    const int32_t iIndex = LetterIndex(c, pTable, iCount, CharacterCompare);
+    const int32_t iIndex = LetterIndex(c, pTable, iCount);
     TRC_EXIT(kComp, "FindLetter", iIndex);
     return iIndex;
 }
@@ -227,7 +240,7 @@ void RandomName(wchar_t* pOut) {
 
 int32_t FindLetter(wchar_t c, const wchar_t* pTable, size_t iCount) {
     if (QRNP_TRACE_ON()) return FindLetterTraced(c, pTable, iCount);
-    return LetterIndex(c, pTable, iCount, CharacterDifference);
+    return ScanLetters(c, pTable, iCount);
 }
 
 int32_t DecodeField(const wchar_t* pValue, int32_t iStart, int32_t iDigits, bool bLetters) {
