@@ -118,6 +118,37 @@ inline void ExpectMessages(hostkit::InstanceOptions options, const std::vector<M
     }
 }
 
+// One set-up (operands, column type, method) and the messages Init captures:
+// none when it succeeds, else ending with 4353; with, when given, the first
+// message's exact tokens.
+struct InitCase {
+    std::vector<std::pair<uint16_t, uint32_t>> operands;
+    int16_t sDataType;
+    std::vector<uint32_t> captured;
+    std::vector<std::pair<int32_t, std::wstring>> tokens = {};
+    uint16_t sMethod = QRNP_METHOD_MASK;
+};
+
+inline void ExpectInits(hostkit::InstanceOptions options, const std::vector<InitCase>& cases) {
+    for (const InitCase& c : cases) {
+        SCOPED_TRACE(::testing::Message() << "case " << (&c - cases.data()));
+        options.operands = c.operands;
+        options.sDataType = c.sDataType;
+        options.sMethod = c.sMethod;
+        auto instance = hostkit::MakeInstance(Linked(), options);
+        const int32_t iInit = hostkit::InitInstance(*instance);
+        const std::vector<hostkit::Message> messages = hostkit::ReadErrors(instance->ctrl.pEAB);
+        std::vector<uint32_t> captured;
+        for (const auto& m : messages) captured.push_back(m.iMessage);
+        EXPECT_EQ(iInit, c.captured.empty() ? 0 : QRNP_MSG_NO_COUNTRY_INITIALISED);
+        EXPECT_EQ(captured, c.captured);
+        if (!c.tokens.empty() && !messages.empty()) {
+            EXPECT_EQ(messages[0].tokens, c.tokens);
+        }
+        if (iInit == 0) hostkit::TerminateInstance(*instance);
+    }
+}
+
 // A country's invalid data: each value fails; with QRNP_PROC_PASS_INVALID
 // added to `options` it comes out unchanged and unrejected, without it the
 // row is rejected. (The destination and exit mechanics are the common

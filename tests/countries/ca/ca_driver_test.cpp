@@ -170,32 +170,17 @@ TEST(CanadaDriverTest, RandomAndOtherMethods) {
 }
 
 TEST(CanadaDriverTest, SetUpOptionsAndColumns) {
-    struct Case {
-        std::vector<std::pair<uint16_t, uint32_t>> operands;
-        int16_t sType;
-        std::vector<uint32_t> captured;
-    };
-    const Case cases[] = {
+    testsupport::ExpectInits(Canadian(), {
         {{{QRNP_OPR_CA_PARTS, 2}}, VARCHAR, {4362, 4578, 4353}},
         {{{QRNP_OPR_CA_PARTS, 3}}, VARCHAR, {}},  // any odd value masks the head
-        {{{QRNP_OPR_CA_SEPARATOR, 3}}, VARCHAR, {4360, 4578, 4353}},
+        {{{QRNP_OPR_CA_SEPARATOR, 3}}, VARCHAR, {4360, 4578, 4353},
+         {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"Canada"}}},
         {{{QRNP_OPR_CA_SEPARATOR, 32}}, VARCHAR, {4360, 4578, 4353}},
-        {{}, DOUBLE, {4354, 4578, 4353}},
+        {{}, DOUBLE, {4354, 4578, 4353},
+         {{QRNP_TOKID_SRC_DATATYPE, L"19"}, {QRNP_TOKID_COLNAME, L"NID"}, {QRNP_TOKID_COUNTRY, L"Canada"}}},
         {{}, SMALLINT, {4354, 4578, 4353}},
         {{}, DECIMAL_PKD, {}},
-    };
-    for (const Case& c : cases) {
-        const auto result = RunRows(Canadian(0, c.operands, c.sType), {L"130692544"});
-        EXPECT_EQ(testsupport::MessageNumbers(result), c.captured);
-        EXPECT_EQ(result.iInit, c.captured.empty() ? 0 : 4353);
-    }
-    const auto separator = RunRows(Canadian(0, {{QRNP_OPR_CA_SEPARATOR, 3}}), {});
-    EXPECT_EQ(TokenText(separator.messages[0], QRNP_TOKID_SEP), L"3");
-    EXPECT_EQ(TokenText(separator.messages[0], QRNP_TOKID_COUNTRY), L"Canada");
-    const auto type = RunRows(Canadian(0, {}, DOUBLE), {});
-    EXPECT_EQ(TokenText(type.messages[0], QRNP_TOKID_SRC_DATATYPE), L"19");
-    EXPECT_EQ(TokenText(type.messages[0], QRNP_TOKID_COUNTRY), L"Canada");
-
+    });
     // Packed decimals of every precision are accepted.
     for (int16_t sPrecision : {1, 5, 9, 15, 21, 31}) {
         InstanceOptions options = Canadian(0, {}, DECIMAL_PKD);

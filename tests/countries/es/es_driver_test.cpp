@@ -92,12 +92,12 @@ TEST(SpainDriverTest, SeparatorOptions) {
         const auto result = RunRows(Spanish(0, c.iOption), {std::wstring(c.pSource)});
         EXPECT_EQ(result.rows[0].output, std::wstring(c.pMasked)) << c.iOption << " " << Narrow(c.pSource);
     }
-    for (uint32_t iOption : {3u, 4u, 0xFFFFu}) {
-        const auto result = RunRows(Spanish(0, iOption), {L"12345678Z"});
-        EXPECT_EQ(result.iInit, 4353);
-        EXPECT_EQ(testsupport::MessageNumbers(result), (std::vector<uint32_t>{4360, 4478, 4353})) << iOption;
-        EXPECT_EQ(testsupport::TokenText(result.messages[0], QRNP_TOKID_COUNTRY), L"Spain");
-    }
+    testsupport::ExpectInits(Spanish(), {
+        {{{QRNP_OPR_ES_SEPARATOR, 3}}, VARCHAR, {4360, 4478, 4353},
+         {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
+        {{{QRNP_OPR_ES_SEPARATOR, 4}}, VARCHAR, {4360, 4478, 4353}},
+        {{{QRNP_OPR_ES_SEPARATOR, 0xFFFF}}, VARCHAR, {4360, 4478, 4353}},
+    });
 }
 
 TEST(SpainDriverTest, MessagesAndPassThrough) {

@@ -148,28 +148,14 @@ TEST(FranceDriverTest, SeparatorOptions) {
 }
 
 TEST(FranceDriverTest, InvalidOptionsFailInit) {
-    struct Case {
-        std::vector<std::pair<uint16_t, uint32_t>> operands;
-        int16_t sDataType;
-        std::vector<uint32_t> captured;
-    };
-    const Case cases[] = {
-        {{{QRNP_OPR_FR_SEPARATOR, 3}}, VARCHAR, {4360, 4453, 4353}},
+    testsupport::ExpectInits(French(), {
+        {{{QRNP_OPR_FR_SEPARATOR, 3}}, VARCHAR, {4360, 4453, 4353},
+         {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"France"}}},
         {{{QRNP_OPR_FR_SEPARATOR, 0xFFFF}}, VARCHAR, {4360, 4453, 4353}},
         {{{QRNP_OPR_FR_PARTS, 32}}, VARCHAR, {4362, 4453, 4353}},
-        {{}, INTEGER, {4354, 4453, 4353}},
-    };
-    for (const Case& c : cases) {
-        InstanceOptions options = French(0, c.operands);
-        options.sDataType = c.sDataType;
-        const auto result = RunRows(options, {kValid});
-        EXPECT_EQ(result.iInit, 4353);
-        EXPECT_EQ(testsupport::MessageNumbers(result), c.captured);
-        if (c.sDataType == INTEGER) {
-            EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_SRC_DATATYPE), L"9");
-            EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_COLNAME), L"NID");
-        }
-    }
+        {{}, INTEGER, {4354, 4453, 4353},
+         {{QRNP_TOKID_SRC_DATATYPE, L"9"}, {QRNP_TOKID_COLNAME, L"NID"}, {QRNP_TOKID_COUNTRY, L"France"}}},
+    });
 }
 
 TEST(FranceDriverTest, WorkingBufferGrowsAndNeverShrinks) {

@@ -29,17 +29,14 @@ wchar_t CheckOf(std::wstring v) {
 }
 
 TEST(ItalyDriverTest, InvalidOptionsFailInit) {
-    for (const auto& [sOperand, iValue] : std::vector<std::pair<uint16_t, uint32_t>>{
-             {QRNP_OPR_IT_FLAGS, 8}, {QRNP_OPR_IT_SEPARATOR, 3}, {QRNP_OPR_IT_SEPARATOR, 4},
-             {QRNP_OPR_IT_SEPARATOR, 32}, {QRNP_OPR_IT_SEPARATOR, 0xFFFF}}) {
-        const auto result = RunRows(Italian(0, {{sOperand, iValue}}), {kValid});
-        EXPECT_EQ(result.iInit, 4353);
-        const uint32_t iFirst = sOperand == QRNP_OPR_IT_FLAGS ? 4362 : 4360;
-        EXPECT_EQ(testsupport::MessageNumbers(result), (std::vector<uint32_t>{iFirst, 4503, 4353})) << iValue;
-    }
-    const auto result = RunRows(Italian(0, {{QRNP_OPR_IT_SEPARATOR, 3}}), {kValid});
-    EXPECT_EQ(testsupport::TokenText(result.messages[0], QRNP_TOKID_SEP), L"3");
-    EXPECT_EQ(testsupport::TokenText(result.messages[0], QRNP_TOKID_COUNTRY), L"Italy");
+    testsupport::ExpectInits(Italian(), {
+        {{{QRNP_OPR_IT_FLAGS, 8}}, VARCHAR, {4362, 4503, 4353}},
+        {{{QRNP_OPR_IT_SEPARATOR, 3}}, VARCHAR, {4360, 4503, 4353},
+         {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"Italy"}}},
+        {{{QRNP_OPR_IT_SEPARATOR, 4}}, VARCHAR, {4360, 4503, 4353}},
+        {{{QRNP_OPR_IT_SEPARATOR, 32}}, VARCHAR, {4360, 4503, 4353}},
+        {{{QRNP_OPR_IT_SEPARATOR, 0xFFFF}}, VARCHAR, {4360, 4503, 4353}},
+    });
 }
 
 TEST(ItalyDriverTest, LayoutsAndChecks) {

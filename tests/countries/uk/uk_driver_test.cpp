@@ -104,46 +104,25 @@ TEST(UkDriverTest, ConfiguredFormsAndPrefix) {
     }
 }
 
-TEST(UkDriverTest, InvalidOptionsFailInit) {
-    struct Case {
-        uint16_t sMethod;
-        int16_t sDataType;
-        std::vector<std::pair<uint16_t, uint32_t>> operands;
-        std::vector<uint32_t> captured;
-        std::vector<std::pair<int32_t, std::wstring>> tokens;  // of the first message
-    };
-    const Case cases[] = {
-        {QRNP_METHOD_MASK, VARCHAR, {{QRNP_OPR_UK_SEPARATOR, 32}}, {4360, 4528, 4353},
-         {{QRNP_TOKID_SEP, L"32"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
-        {QRNP_METHOD_MASK, VARCHAR, {{QRNP_OPR_UK_SEPARATOR, 0xFFFF}}, {4360, 4528, 4353}, {}},
-        {QRNP_METHOD_MASK, VARCHAR, {{QRNP_OPR_UK_DATA, 2}}, {4362, 4528, 4353}, {}},
-        {QRNP_METHOD_MASK, VARCHAR, {{QRNP_OPR_UK_SEPARATOR, 16}, {QRNP_OPR_UK_FORM, 4}}, {4529, 4528, 4353},
+TEST(UkDriverTest, SetUpOptions) {
+    constexpr uint16_t kRandom = QRNP_METHOD_RANDOM;
+    testsupport::ExpectInits(British(), {
+        {{{QRNP_OPR_UK_SEPARATOR, 32}}, VARCHAR, {4360, 4528, 4353}, {{QRNP_TOKID_SEP, L"32"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        {{{QRNP_OPR_UK_SEPARATOR, 0xFFFF}}, VARCHAR, {4360, 4528, 4353}},
+        {{{QRNP_OPR_UK_DATA, 2}}, VARCHAR, {4362, 4528, 4353}},
+        {{{QRNP_OPR_UK_SEPARATOR, 16}, {QRNP_OPR_UK_FORM, 4}}, VARCHAR, {4529, 4528, 4353},
          {{QRNP_TOKID_FLAG, L"QRNP_FLAG_UK_FORM_3_PART"}, {QRNP_TOKID_FLAG, L"QRNP_FLAG_UK_FORM_5_PART"}}},
-        {QRNP_METHOD_MASK, VARCHAR, {{QRNP_OPR_UK_FORM, 8}}, {4534, 4528, 4353}, {}},
-        {QRNP_METHOD_RANDOM, VARCHAR, {{QRNP_OPR_UK_FORM, 5}}, {4534, 4528, 4353}, {}},
+        {{{QRNP_OPR_UK_FORM, 8}}, VARCHAR, {4534, 4528, 4353}},
+        {{{QRNP_OPR_UK_FORM, 5}}, VARCHAR, {4534, 4528, 4353}, {}, kRandom},
         // The mismatch is found before the column and the other options.
-        {QRNP_METHOD_RANDOM, INTEGER, {{QRNP_OPR_UK_FORM, 4}, {QRNP_OPR_UK_SEPARATOR, 32}}, {4534, 4528, 4353}, {}},
-        {QRNP_METHOD_MASK, INTEGER, {}, {4354, 4528, 4353}, {}},
-    };
-    for (const Case& c : cases) {
-        InstanceOptions options = British(c.operands);
-        options.sMethod = c.sMethod;
-        options.sDataType = c.sDataType;
-        const auto result = RunRows(options, {});
-        EXPECT_EQ(result.iInit, 4353);
-        EXPECT_EQ(testsupport::MessageNumbers(result), c.captured);
-        if (!c.tokens.empty()) {
-            EXPECT_EQ(result.messages[0].tokens, c.tokens);
-        }
-    }
-    // Both permissions, or a method given by the flags themselves, are fine.
-    for (uint16_t sMethod : {QRNP_METHOD_MASK, QRNP_METHOD_RANDOM}) {
-        for (uint32_t iForm : {12u, 0u}) {
-            InstanceOptions options = British({{QRNP_OPR_UK_FORM, iForm}});
-            options.sMethod = sMethod;
-            EXPECT_EQ(RunRows(options, {}).iInit, 0) << sMethod << " " << iForm;
-        }
-    }
+        {{{QRNP_OPR_UK_FORM, 4}, {QRNP_OPR_UK_SEPARATOR, 32}}, INTEGER, {4534, 4528, 4353}, {}, kRandom},
+        {{}, INTEGER, {4354, 4528, 4353}, {{QRNP_TOKID_SRC_DATATYPE, L"9"}, {QRNP_TOKID_COLNAME, L"NID"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        // Both permissions, or a method given by the flags themselves, are fine.
+        {{{QRNP_OPR_UK_FORM, 12}}, VARCHAR, {}},
+        {{{QRNP_OPR_UK_FORM, 12}}, VARCHAR, {}, {}, kRandom},
+        {{{QRNP_OPR_UK_FORM, 0}}, VARCHAR, {}},
+        {{{QRNP_OPR_UK_FORM, 0}}, VARCHAR, {}, {}, kRandom},
+    });
 }
 
 TEST(UkDriverTest, RandomValuesTakeTheConfiguredForm) {

@@ -91,30 +91,13 @@ TEST(UnitedStatesDriverTest, SeparatorOptions) {
 }
 
 TEST(UnitedStatesDriverTest, InvalidSetUpFailsInit) {
-    struct Case {
-        std::vector<std::pair<uint16_t, uint32_t>> operands;
-        int16_t sDataType;
-        std::vector<uint32_t> captured;
-        std::vector<std::pair<int32_t, std::wstring>> tokens;  // of the first message
-    };
-    const Case cases[] = {
+    testsupport::ExpectInits(UnitedStates(), {
         {{{QRNP_OPR_US_FLAGS, 6}}, VARCHAR, {4558, 4553, 4353}, {{QRNP_TOKID_FLAG, L"6"}}},
-        {{{QRNP_OPR_US_SEPARATOR, 3}}, VARCHAR, {4360, 4553, 4353},
-         {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"US"}}},
+        {{{QRNP_OPR_US_SEPARATOR, 3}}, VARCHAR, {4360, 4553, 4353}, {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"US"}}},
         {{}, ODBC_DATE, {4354, 4553, 4353},
          {{QRNP_TOKID_SRC_DATATYPE, L"14"}, {QRNP_TOKID_COLNAME, L"NID"}, {QRNP_TOKID_COUNTRY, L"US"}}},
-        {{}, LONG_LONG, {4354, 4553, 4353}, {}},
-    };
-    for (const Case& c : cases) {
-        InstanceOptions options = UnitedStates(0, c.operands);
-        options.sDataType = c.sDataType;
-        const auto result = RunRows(options, {L"123-45-6789"});
-        EXPECT_EQ(result.iInit, 4353);
-        EXPECT_EQ(testsupport::MessageNumbers(result), c.captured);
-        if (!c.tokens.empty()) {
-            EXPECT_EQ(result.messages[0].tokens, c.tokens);
-        }
-    }
+        {{}, LONG_LONG, {4354, 4553, 4353}},
+    });
     InstanceOptions options = UnitedStates();
     options.bNoConversionBlock = true;
     const auto result = RunRows(options, {L"123-45-6789"});
