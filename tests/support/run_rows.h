@@ -57,14 +57,6 @@ inline std::wstring TokenText(const hostkit::Message& message, int32_t iTokenId)
     return L"";
 }
 
-// The messages with number iMessage.
-inline std::vector<hostkit::Message> MessagesNumbered(const std::vector<hostkit::Message>& messages, uint32_t iMessage) {
-    std::vector<hostkit::Message> found;
-    for (const auto& m : messages)
-        if (m.iMessage == iMessage) found.push_back(m);
-    return found;
-}
-
 // The message numbers of a run, in the order captured.
 inline std::vector<uint32_t> MessageNumbers(const RunResult& result) {
     std::vector<uint32_t> numbers;
@@ -151,8 +143,8 @@ inline void ExpectInits(hostkit::InstanceOptions options, const std::vector<Init
 
 // A country's invalid data: each value fails; with QRNP_PROC_PASS_INVALID
 // added to `options` it comes out unchanged and unrejected, without it the
-// row is rejected. (The destination and exit mechanics are the common
-// driver's, tested with France.)
+// row is rejected. (The destination mechanics are the common driver's,
+// tested with France; the exits are tested in tests/provider.)
 inline void ExpectPassedThroughOnlyWhenAsked(hostkit::InstanceOptions options,
                                              const std::vector<std::wstring>& values) {
     for (const std::wstring& value : values) {
