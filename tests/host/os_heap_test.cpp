@@ -106,11 +106,4 @@ TEST_F(HeapTest, FailureInjectionHitsExactlyTheNthCall) {
     EXPECT_EQ(KNL_Heap_LiveHeaps(), iHeaps);
 }
 
-TEST_F(HeapTest, FailureInjectionCanBeTurnedOff) {
-    KNL_Heap_FailNthCall(1);
-    KNL_Heap_FailNthCall(0);
-    void* p = nullptr;
-    EXPECT_EQ(KNL_Heap_Acquire(token, 8, &p), 0);
-}
-
 }  // namespace
