@@ -6,9 +6,9 @@
 #
 # For every country: nidmask generates ROWS identifiers (--method random),
 # then masks them as lines and as CSV (a row number and the identifier,
-# column "nid"), each timed with
-# /usr/bin/time -v; the input is also copied with cat. Files live in a
-# temporary directory (TMPDIR) and are removed country by country.
+# column "nid"), each timed with /usr/bin/time -v; the input is also copied
+# with cat. Files live in a temporary directory (TMPDIR) and are removed
+# country by country.
 set -euo pipefail
 build=${1:-build-bench}
 rows=${ROWS:-10000000}
@@ -16,7 +16,7 @@ countries=${COUNTRIES:-"FR IT UK ES US CA"}
 cd "$(dirname "$0")/.."
 nidmask="$build/bin/nidmask"
 if [ ! -x "$nidmask" ]; then
-  echo "e2e: $nidmask is not built (nidmask is not in this tree yet)" >&2
+  echo "e2e: $nidmask is not built (make bench-e2e builds it)" >&2
   exit 1
 fi
 [ -x /usr/bin/time ] || { echo "e2e: /usr/bin/time is missing (Debian package: time)" >&2; exit 1; }
