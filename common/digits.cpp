@@ -53,8 +53,9 @@ int32_t TransposeNum(const Ch* pSrc, Ch* pDst, int16_t n, int64_t lKey, int32_t 
 }
 
 // Writes sWidth digits of lValue, zero-padded, ending at pDst[sWidth - 1]; -1 when digits remain.
-template <typename Ch>
-int32_t ValueToDigits(int64_t lValue, int16_t sWidth, Ch* pDst, bool bTerminate) {
+// Int is the value's own type: 32-bit values take 32-bit divisions.
+template <typename Ch, typename Int>
+int32_t ValueToDigits(Int lValue, int16_t sWidth, Ch* pDst, bool bTerminate) {
     if (pDst == nullptr) return -1;
     const int iWidth = sWidth > 0 ? sWidth : 0;
     for (int i = iWidth - 1; i >= 0; i--) {
@@ -79,12 +80,8 @@ int32_t DigitsToValue(const Ch* pSrc, int16_t n, int16_t sWidth, int64_t* plValu
     return 0;
 }
 
-}  // namespace
-
-extern "C" void PXGetPermutation(int32_t iSeed, int16_t n, int16_t* pOut) {
-    TRC_ENTRY(kCmnComp, "PXGetPermutation");
-    TRC_VAR(kCmnComp, "iSeed", KNL_TRC_I32, &iSeed);
-    TRC_VAR(kCmnComp, "n", KNL_TRC_I16, &n);
+// PXGetPermutation's work: a permutation of 1..n (at most 16) picked by the seed.
+void Permutation(int32_t iSeed, int16_t n, int16_t* pOut) {
     if (n > kMaxPermutation) n = kMaxPermutation;
     if (n > 0 && pOut != nullptr) {
         int16_t pool[kMaxPermutation];
@@ -99,16 +96,58 @@ extern "C" void PXGetPermutation(int32_t iSeed, int16_t n, int16_t* pOut) {
         }
         pOut[n - 1] = pool[0];
     }
+}
+
+// PXGetPermutation and the wide helpers below run once or more a row. While
+// tracing is off each is one trace check and code without calls; while it
+// is on, these twins do the same work between the helper's traces. Kept out
+// of line, so that the untraced path stays a leaf.
+
+[[gnu::cold, gnu::noinline]] void GetPermutationTraced(int32_t iSeed, int16_t n, int16_t* pOut) {
+    TRC_ENTRY(kCmnComp, "PXGetPermutation");
+    TRC_VAR(kCmnComp, "iSeed", KNL_TRC_I32, &iSeed);
+    TRC_VAR(kCmnComp, "n", KNL_TRC_I16, &n);
+    Permutation(iSeed, n, pOut);
     TRC_EXIT(kCmnComp, "PXGetPermutation", 0);
 }
 
-extern "C" int32_t PXTransposeNumW(const wchar_t* pSrc, wchar_t* pDst, int16_t n, int64_t lKey, int32_t iOffset) {
+[[gnu::cold, gnu::noinline]] int32_t TransposeNumWTraced(const wchar_t* pSrc, wchar_t* pDst, int16_t n, int64_t lKey,
+                                                         int32_t iOffset) {
     TRC_ENTRY(kCmnComp, "PXTransposeNumW");
     TRC_VAR(kCmnComp, "lKey", KNL_TRC_I64, &lKey);
     TRC_VAR(kCmnComp, "iOffset", KNL_TRC_I32, &iOffset);
     const int32_t iRc = TransposeNum(pSrc, pDst, n, lKey, iOffset);
     TRC_EXIT(kCmnComp, "PXTransposeNumW", iRc);
     return iRc;
+}
+
+[[gnu::cold, gnu::noinline]] int32_t IntToNumWTraced(int32_t iValue, int16_t sWidth, wchar_t* pDst) {
+    TRC_ENTRY(kCmnComp, "PXIntToNumW");
+    TRC_VAR(kCmnComp, "iValue", KNL_TRC_I32, &iValue);
+    const int32_t iRc = ValueToDigits(iValue, sWidth, pDst, true);
+    TRC_EXIT(kCmnComp, "PXIntToNumW", iRc);
+    return iRc;
+}
+
+[[gnu::cold, gnu::noinline]] int32_t NumToLongWTraced(const wchar_t* pSrc, int16_t n, int16_t sWidth,
+                                                      int64_t* plValue) {
+    TRC_ENTRY(kCmnComp, "PXNumToLongW");
+    const int32_t iRc = DigitsToValue(pSrc, n, sWidth, plValue);
+    if (iRc == 0) TRC_VAR(kCmnComp, "plValue", KNL_TRC_I64, plValue);
+    TRC_EXIT(kCmnComp, "PXNumToLongW", iRc);
+    return iRc;
+}
+
+}  // namespace
+
+extern "C" void PXGetPermutation(int32_t iSeed, int16_t n, int16_t* pOut) {
+    if (QRNP_TRACE_ON()) return GetPermutationTraced(iSeed, n, pOut);
+    Permutation(iSeed, n, pOut);
+}
+
+extern "C" int32_t PXTransposeNumW(const wchar_t* pSrc, wchar_t* pDst, int16_t n, int64_t lKey, int32_t iOffset) {
+    if (QRNP_TRACE_ON()) return TransposeNumWTraced(pSrc, pDst, n, lKey, iOffset);
+    return TransposeNum(pSrc, pDst, n, lKey, iOffset);
 }
 
 extern "C" int32_t PXTransposeNum(const char* pSrc, char* pDst, int16_t n, int64_t lKey, int32_t iOffset) {
@@ -121,11 +160,8 @@ extern "C" int32_t PXTransposeNum(const char* pSrc, char* pDst, int16_t n, int64
 }
 
 extern "C" int32_t PXIntToNumW(int32_t iValue, int16_t sWidth, wchar_t* pDst) {
-    TRC_ENTRY(kCmnComp, "PXIntToNumW");
-    TRC_VAR(kCmnComp, "iValue", KNL_TRC_I32, &iValue);
-    const int32_t iRc = ValueToDigits(iValue, sWidth, pDst, true);
-    TRC_EXIT(kCmnComp, "PXIntToNumW", iRc);
-    return iRc;
+    if (QRNP_TRACE_ON()) return IntToNumWTraced(iValue, sWidth, pDst);
+    return ValueToDigits(iValue, sWidth, pDst, true);
 }
 
 extern "C" int32_t PXIntToNum(int32_t iValue, int16_t sWidth, char* pDst) {
@@ -153,11 +189,8 @@ extern "C" int32_t PXLongToNum(int64_t lValue, int16_t sWidth, char* pDst) {
 }
 
 extern "C" int32_t PXNumToLongW(const wchar_t* pSrc, int16_t n, int16_t sWidth, int64_t* plValue) {
-    TRC_ENTRY(kCmnComp, "PXNumToLongW");
-    const int32_t iRc = DigitsToValue(pSrc, n, sWidth, plValue);
-    if (iRc == 0) TRC_VAR(kCmnComp, "plValue", KNL_TRC_I64, plValue);
-    TRC_EXIT(kCmnComp, "PXNumToLongW", iRc);
-    return iRc;
+    if (QRNP_TRACE_ON()) return NumToLongWTraced(pSrc, n, sWidth, plValue);
+    return DigitsToValue(pSrc, n, sWidth, plValue);
 }
 
 extern "C" int32_t PXNumToLong(const char* pSrc, int16_t n, int16_t sWidth, int64_t* plValue) {

@@ -63,11 +63,17 @@ uint32_t FinishWithKey(wchar_t* pOut, int32_t iDeptWritten) {
     return 0;
 }
 
+// CompareCommunes without its entry and exit traces: what the search uses
+// while tracing is off, so that std::bsearch inlines it.
+inline int CommuneDifference(const void* a, const void* b) {
+    return static_cast<int>(*static_cast<const int16_t*>(a)) - static_cast<int>(*static_cast<const int16_t*>(b));
+}
+
 }  // namespace
 
 int CompareCommunes(const void* a, const void* b) {
     TRC_ENTRY(kComp, "CompareCommunes");
-    int iResult = static_cast<int>(*static_cast<const int16_t*>(a)) - static_cast<int>(*static_cast<const int16_t*>(b));
+    const int iResult = CommuneDifference(a, b);
     TRC_EXIT(kComp, "CompareCommunes", iResult);
     return iResult;
 }
@@ -81,8 +87,12 @@ bool CommuneIsValid(int32_t iDept, int32_t iCommune) {
         const DeptRow& row = deptTable[iDept];
         if (iCommune <= row.sHighest) {
             const int16_t sKey = static_cast<int16_t>(iCommune);
-            bValid = std::bsearch(&sKey, row.pUnused, static_cast<size_t>(row.sUnusedCount), sizeof(int16_t),
-                             CompareCommunes) == nullptr;
+            const size_t iCount = static_cast<size_t>(row.sUnusedCount);
+            // The traced comparison only while tracing is on: the result is the same.
+            const void* pFound = QRNP_TRACE_ON()
+                                     ? std::bsearch(&sKey, row.pUnused, iCount, sizeof(int16_t), CompareCommunes)
+                                     : std::bsearch(&sKey, row.pUnused, iCount, sizeof(int16_t), CommuneDifference);
+            bValid = pFound == nullptr;
         }
     }
     TRC_EXIT(kComp, "CommuneIsValid", bValid ? 1 : 0);

@@ -10,6 +10,7 @@
 
 #include "countries/it/QRNPNidItAlgo.h"
 
+#include <bitset>
 #include <cstdlib>
 #include <ctime>
 
@@ -48,6 +49,125 @@ constexpr int32_t kDigitPositionsFromRight[7] = {14, 13, 12, 10, 9, 7, 6};
 // Set until the first random number of the process has seeded rand().
 bool bSeedPending = true;
 
+// Bit (letter - "A") * 1000 + number is set for each code of InvalidRegionCodes.
+constexpr size_t kRegionCodeBits = 26 * 1000;
+
+// The bit of a code made of a capital letter and three digits, or -1 for any other code.
+int32_t RegionCodeBit(const wchar_t* pCode) {
+    if (pCode[0] < L'A' || pCode[0] > L'Z') return -1;
+    int32_t iNumber = 0;
+    for (int32_t i = 1; i < 4; ++i) {
+        if (pCode[i] < L'0' || pCode[i] > L'9') return -1;
+        iNumber = iNumber * 10 + static_cast<int32_t>(pCode[i] - L'0');
+    }
+    return static_cast<int32_t>(pCode[0] - L'A') * 1000 + iNumber;
+}
+
+// The refused codes as bits, made once from InvalidRegionCodes. Every entry
+// is a capital letter and three digits, so a code of that shape is refused
+// exactly when its bit is set, and a code with anything else after its
+// capital letter equals no entry, even compared without regard to case: this
+// answers what a binary search of the table answers, in a few instructions.
+const std::bitset<kRegionCodeBits>& RefusedRegionCodes() {
+    static const std::bitset<kRegionCodeBits> bits = [] {
+        std::bitset<kRegionCodeBits> refused;
+        for (const auto& entry : InvalidRegionCodes) refused.set(static_cast<size_t>(RegionCodeBit(entry)));
+        return refused;
+    }();
+    return bits;
+}
+
+// Index of c in an ascending letter table, or -1: std::bsearch with CharacterCompare.
+int32_t LetterIndex(wchar_t c, const wchar_t* pTable, size_t iCount) {
+    const void* pFound = std::bsearch(&c, pTable, iCount, sizeof(wchar_t), CharacterCompare);
+    return pFound == nullptr ? -1 : static_cast<int32_t>(static_cast<const wchar_t*>(pFound) - pTable);
+}
+
+// What LetterIndex returns, found by a scan without branches. CharacterCompare
+// tells characters apart by their low 16 bits only, and every letter table
+// holds distinct capitals, so c is found exactly where an entry equals its
+// low 16 bits. The binary search's branches follow the letter looked up;
+// on varied letters (generated names) they mispredict, and each miss costs
+// more than this whole scan of at most 21 entries.
+inline int32_t ScanLetters(wchar_t c, const wchar_t* pTable, size_t iCount) {
+    const wchar_t key = static_cast<uint16_t>(c);
+    int32_t iIndex = -1;
+    for (size_t i = 0; i < iCount; ++i) iIndex = pTable[i] == key ? static_cast<int32_t>(i) : iIndex;
+    return iIndex;
+}
+
+// DecodeField without replacement letters: each character counts as its code - "0".
+inline int32_t DigitsValue(const wchar_t* pValue, int32_t iStart, int32_t iDigits) {
+    int32_t iValue = 0;
+    for (int32_t i = iStart; i < iStart + iDigits; ++i) iValue = iValue * 10 + static_cast<int32_t>(pValue[i] - L'0');
+    return iValue;
+}
+
+// IsValidRegionCode's test of a code (not null).
+bool RegionCodeMayBeCarried(const wchar_t* pCode) {
+    const wchar_t c = pCode[0];
+    if (!((c >= L'A' && c <= L'M' && c != L'J' && c != L'K') || c == L'Z')) return false;
+    if (pCode[1] == L'0' && pCode[2] == L'0' && pCode[3] == L'0') return false;
+    const int32_t iBit = RegionCodeBit(pCode);
+    return iBit < 0 || !RefusedRegionCodes().test(static_cast<size_t>(iBit));
+}
+
+// GetControlCharacter's work; returns the sum the character comes from.
+int16_t PutControlCharacter(wchar_t* value) {
+    int16_t sSum = 0;
+    bool bOdd = true;
+    for (int32_t i = 0; i < IT_POS_CHECK; ++i) {
+        wchar_t c = value[i];
+        if (c >= L'0' && c <= L'9') c = static_cast<wchar_t>(L'A' + (c - L'0'));
+        if (c < L'A' || c > L'Z') continue;  // not scored, and takes no place
+        sSum = static_cast<int16_t>(sSum + (bOdd ? ODD_VALUES[c - L'A'] : c - L'A'));
+        bOdd = !bOdd;
+    }
+    value[IT_POS_CHECK] = static_cast<wchar_t>(L'A' + sSum % 26);
+    return sSum;
+}
+
+// FindLetter, DecodeField, IsValidRegionCode and GetControlCharacter run
+// several times a row. While tracing is off their common case is one trace
+// check and code without calls; the rest runs in these out-of-line twins,
+// so that the common case stays a leaf.
+[[gnu::cold, gnu::noinline]] int32_t FindLetterTraced(wchar_t c, const wchar_t* pTable, size_t iCount) {
+    TRC_ENTRY(kComp, "FindLetter");
+    const int32_t iIndex = LetterIndex(c, pTable, iCount);
+    TRC_EXIT(kComp, "FindLetter", iIndex);
+    return iIndex;
+}
+
+[[gnu::noinline]] int32_t DecodeFieldInFull(const wchar_t* pValue, int32_t iStart, int32_t iDigits, bool bLetters) {
+    TRC_ENTRY(kComp, "DecodeField");
+    int32_t iValue = 0;
+    for (int32_t i = iStart; i < iStart + iDigits; ++i) {
+        const int32_t iLetter = bLetters ? FindLetter(pValue[i], REPLACEMENTS, kReplacements) : -1;
+        iValue = iValue * 10 + (iLetter >= 0 ? iLetter : static_cast<int32_t>(pValue[i] - L'0'));
+    }
+    TRC_EXIT(kComp, "DecodeField", iValue);
+    return iValue;
+}
+
+[[gnu::cold, gnu::noinline]] int32_t IsValidRegionCodeTraced(const wchar_t* pCode) {
+    TRC_ENTRY(kComp, "IsValidRegionCode");
+    if (pCode == nullptr) {
+        TRC_EXIT(kComp, "IsValidRegionCode", 0);
+        return 0;
+    }
+    TRC_VAR(kComp, "pCode", KNL_TRC_WSTR, pCode);
+    const int32_t iValid = RegionCodeMayBeCarried(pCode) ? 1 : 0;
+    TRC_EXIT(kComp, "IsValidRegionCode", iValid);
+    return iValid;
+}
+
+[[gnu::cold, gnu::noinline]] void GetControlCharacterTraced(wchar_t* value) {
+    TRC_ENTRY(kComp, "GetControlCharacter");
+    int16_t sSum = PutControlCharacter(value);
+    TRC_VAR(kComp, "sSum", KNL_TRC_I16, &sSum);
+    TRC_EXIT(kComp, "GetControlCharacter", value[IT_POS_CHECK]);
+}
+
 inline bool IsVowel(wchar_t c) { return FindLetter(c, VOWELS, kVowels) >= 0; }
 inline bool IsShortMonth(wchar_t c) { return FindLetter(c, SHORT_MONTHS, kShortMonths) >= 0; }
 inline bool IsReplacement(wchar_t c) { return FindLetter(c, REPLACEMENTS, kReplacements) >= 0; }
@@ -63,18 +183,6 @@ inline void PutDigits(wchar_t* pDst, int32_t iValue, int32_t iDigits) {
 // k brought into 0..n-1 by steps of n: what "subtract n while above n - 1"
 // and "add n while below 0" give for every k they are applied to.
 inline int32_t Wrap(int32_t k, int32_t n) { return ((k % n) + n) % n; }
-
-inline wchar_t FoldCase(wchar_t c) { return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c - L'A' + L'a') : c; }
-
-// Compares the first four characters of two region codes without regard to case.
-int CompareRegionCodes(const wchar_t* pEntry, const wchar_t* pCode) {
-    for (int32_t i = 0; i < 4; ++i) {
-        const wchar_t a = FoldCase(pEntry[i]), b = FoldCase(pCode[i]);
-        if (a != b) return a < b ? -1 : 1;
-        if (a == L'\0') break;
-    }
-    return 0;
-}
 
 // A name code (3 characters from iStart) may have anything before its first
 // vowel and further vowels after it; from the first non-vowel after a vowel
@@ -131,22 +239,13 @@ void RandomName(wchar_t* pOut) {
 }  // namespace
 
 int32_t FindLetter(wchar_t c, const wchar_t* pTable, size_t iCount) {
-    TRC_ENTRY(kComp, "FindLetter");
-    const auto* pFound = static_cast<const wchar_t*>(std::bsearch(&c, pTable, iCount, sizeof(wchar_t), CharacterCompare));
-    const int32_t iIndex = pFound == nullptr ? -1 : static_cast<int32_t>(pFound - pTable);
-    TRC_EXIT(kComp, "FindLetter", iIndex);
-    return iIndex;
+    if (QRNP_TRACE_ON()) return FindLetterTraced(c, pTable, iCount);
+    return ScanLetters(c, pTable, iCount);
 }
 
 int32_t DecodeField(const wchar_t* pValue, int32_t iStart, int32_t iDigits, bool bLetters) {
-    TRC_ENTRY(kComp, "DecodeField");
-    int32_t iValue = 0;
-    for (int32_t i = iStart; i < iStart + iDigits; ++i) {
-        const int32_t iLetter = bLetters ? FindLetter(pValue[i], REPLACEMENTS, kReplacements) : -1;
-        iValue = iValue * 10 + (iLetter >= 0 ? iLetter : static_cast<int32_t>(pValue[i] - L'0'));
-    }
-    TRC_EXIT(kComp, "DecodeField", iValue);
-    return iValue;
+    if (bLetters || QRNP_TRACE_ON()) return DecodeFieldInFull(pValue, iStart, iDigits, bLetters);
+    return DigitsValue(pValue, iStart, iDigits);
 }
 
 uint32_t ValidateCF(CtrlBlk* pCtrlBlk, int32_t iRownum, const wchar_t* value, uint64_t lRowFlags) {
@@ -188,52 +287,13 @@ uint32_t ValidateCF(CtrlBlk* pCtrlBlk, int32_t iRownum, const wchar_t* value, ui
 }
 
 int32_t IsValidRegionCode(const wchar_t* pCode) {
-    TRC_ENTRY(kComp, "IsValidRegionCode");
-    if (pCode == nullptr) {
-        TRC_EXIT(kComp, "IsValidRegionCode", 0);
-        return 0;
-    }
-    TRC_VAR(kComp, "pCode", KNL_TRC_WSTR, pCode);
-    const wchar_t c = pCode[0];
-    if (!((c >= L'A' && c <= L'M' && c != L'J' && c != L'K') || c == L'Z')) {
-        TRC_EXIT(kComp, "IsValidRegionCode", 0);
-        return 0;
-    }
-    if (pCode[1] == L'0' && pCode[2] == L'0' && pCode[3] == L'0') {
-        TRC_EXIT(kComp, "IsValidRegionCode", 0);
-        return 0;
-    }
-    int32_t iLow = 0, iHigh = IT_INVALID_REGION_CODES - 1;
-    while (iLow <= iHigh) {
-        const int32_t iMiddle = (iLow + iHigh) / 2;
-        const int iCmp = CompareRegionCodes(InvalidRegionCodes[iMiddle], pCode);
-        if (iCmp == 0) {
-            TRC_EXIT(kComp, "IsValidRegionCode", 0);
-            return 0;
-        }
-        if (iCmp > 0)
-            iHigh = iMiddle - 1;
-        else
-            iLow = iMiddle + 1;
-    }
-    TRC_EXIT(kComp, "IsValidRegionCode", 1);
-    return 1;
+    if (QRNP_TRACE_ON()) return IsValidRegionCodeTraced(pCode);
+    return pCode != nullptr && RegionCodeMayBeCarried(pCode) ? 1 : 0;
 }
 
 void GetControlCharacter(wchar_t* value) {
-    TRC_ENTRY(kComp, "GetControlCharacter");
-    int16_t sSum = 0;
-    bool bOdd = true;
-    for (int32_t i = 0; i < IT_POS_CHECK; ++i) {
-        wchar_t c = value[i];
-        if (c >= L'0' && c <= L'9') c = static_cast<wchar_t>(L'A' + (c - L'0'));
-        if (c < L'A' || c > L'Z') continue;  // not scored, and takes no place
-        sSum = static_cast<int16_t>(sSum + (bOdd ? ODD_VALUES[c - L'A'] : c - L'A'));
-        bOdd = !bOdd;
-    }
-    value[IT_POS_CHECK] = static_cast<wchar_t>(L'A' + sSum % 26);
-    TRC_VAR(kComp, "sSum", KNL_TRC_I16, &sSum);
-    TRC_EXIT(kComp, "GetControlCharacter", value[IT_POS_CHECK]);
+    if (QRNP_TRACE_ON()) return GetControlCharacterTraced(value);
+    PutControlCharacter(value);
 }
 
 int16_t MaskName(const wchar_t* pSource, wchar_t* pTarget, int16_t sShift) {

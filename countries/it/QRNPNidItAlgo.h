@@ -31,7 +31,9 @@ extern const int16_t ODD_VALUES[27];
 inline constexpr int32_t IT_INVALID_REGION_CODES = 3675;
 extern const wchar_t InvalidRegionCodes[IT_INVALID_REGION_CODES][5];
 
-// Index of c in the ascending table of iCount letters, or -1 (bsearch with CharacterCompare).
+// Index of c in the strictly ascending table of iCount letters, or -1: what
+// bsearch with CharacterCompare finds (while tracing is off, found by a scan
+// that gives the same index).
 int32_t FindLetter(wchar_t c, const wchar_t* pTable, size_t iCount);
 
 // Reads iDigits characters from pValue + iStart as a number built from the

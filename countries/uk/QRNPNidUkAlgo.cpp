@@ -25,6 +25,16 @@ bool bSeedPending = true;
 
 inline wchar_t Upper(wchar_t c) { return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - L'a' + L'A') : c; }
 
+// PrefixCompare without its entry and exit traces: what the search uses
+// while tracing is off, so that std::bsearch inlines it.
+inline int PrefixDifference(const void* pKey, const void* pEntry) {
+    const wchar_t* pA = *static_cast<const wchar_t* const*>(pKey);
+    const wchar_t* pB = *static_cast<const wchar_t* const*>(pEntry);
+    int iResult = static_cast<int>(Upper(pA[0])) - static_cast<int>(Upper(pB[0]));
+    if (iResult == 0) iResult = static_cast<int>(Upper(pA[1])) - static_cast<int>(Upper(pB[1]));
+    return iResult;
+}
+
 }  // namespace
 
 const wchar_t* const VALID_PREFIXES[UK_PREFIX_COUNT] = {
@@ -98,17 +108,18 @@ const int16_t sequence[UK_SEQUENCE_ROWS][6] = {
 
 int PrefixCompare(const void* pKey, const void* pEntry) {
     TRC_ENTRY(kComp, "PrefixCompare");
-    const wchar_t* pA = *static_cast<const wchar_t* const*>(pKey);
-    const wchar_t* pB = *static_cast<const wchar_t* const*>(pEntry);
-    int iResult = static_cast<int>(Upper(pA[0])) - static_cast<int>(Upper(pB[0]));
-    if (iResult == 0) iResult = static_cast<int>(Upper(pA[1])) - static_cast<int>(Upper(pB[1]));
+    const int iResult = PrefixDifference(pKey, pEntry);
     TRC_EXIT(kComp, "PrefixCompare", iResult);
     return iResult;
 }
 
 int32_t FindPrefix(const wchar_t* pValue) {
     TRC_ENTRY(kComp, "FindPrefix");
-    const void* pFound = std::bsearch(&pValue, VALID_PREFIXES, UK_PREFIX_COUNT, sizeof VALID_PREFIXES[0], PrefixCompare);
+    // The traced comparison only while tracing is on: the result is the same.
+    const void* pFound =
+        QRNP_TRACE_ON()
+            ? std::bsearch(&pValue, VALID_PREFIXES, UK_PREFIX_COUNT, sizeof VALID_PREFIXES[0], PrefixCompare)
+            : std::bsearch(&pValue, VALID_PREFIXES, UK_PREFIX_COUNT, sizeof VALID_PREFIXES[0], PrefixDifference);
     const int32_t iIndex =
         pFound == nullptr ? -1 : static_cast<int32_t>(static_cast<const wchar_t* const*>(pFound) - VALID_PREFIXES);
     TRC_EXIT(kComp, "FindPrefix", iIndex);

@@ -69,34 +69,51 @@ size_t DestinationBytes(const ColumnDef& column) {
     }
 }
 
-void AppendGuard(std::vector<unsigned char>& arena) { arena.insert(arena.end(), kGuardBytes, kGuard); }
+}  // namespace
+
+namespace {
+
+// Appends the text encoded in the column's type to *pBuf and returns 0, or
+// returns the converter's code and leaves *pBuf as it was. Fixed-width
+// types are blank-padded; numeric types keep their full size.
+uint32_t AppendEncoded(const ColumnDef& column, const Converters& converters, const std::wstring& text,
+                       std::vector<unsigned char>* pBuf) {
+    const size_t iBytes = SourceBytes(column, text.size());
+    if (converters.fromWide == nullptr) return QRNP_CNV_UNDEFINED;
+    if (iBytes > INT32_MAX) return QRNP_CNV_BUFFER_TOO_SMALL;
+    if ((column.sDataType == VARCHAR && iBytes > 0x7FFF) || (column.sDataType == WVARCHAR && iBytes > 0x7FFF))
+        return QRNP_CNV_BUFFER_TOO_SMALL;  // the length prefix is 16-bit
+    const size_t iStart = pBuf->size();
+    pBuf->resize(iStart + iBytes);  // zero-filled
+    unsigned char* p = pBuf->data() + iStart;
+    int32_t iUsed = 0;
+    const uint32_t iCode = converters.fromWide(text.c_str(), static_cast<int32_t>(text.size()), p,
+                                               static_cast<int32_t>(iBytes), &iUsed, &column);
+    if (iCode != 0) {
+        pBuf->resize(iStart);
+        return iCode;
+    }
+    if (column.sDataType == CHAR) {
+        std::fill(p + iUsed, p + iBytes, ' ');
+    } else if (column.sDataType == WCHAR) {
+        for (size_t i = static_cast<size_t>(iUsed) / 4; i < iBytes / 4; ++i) {
+            const wchar_t blank = L' ';
+            std::memcpy(p + 4 * i, &blank, 4);
+        }
+    } else if (!IsNumeric(column.sDataType)) {
+        pBuf->resize(iStart + static_cast<size_t>(iUsed));
+    }
+    return 0;
+}
 
 }  // namespace
 
 uint32_t EncodeCell(const Instance& instance, const std::wstring& text, std::vector<unsigned char>* pOut) {
     const ColumnDef& column = instance.column;
-    const Converters converters = ConvertersFor(column.sDataType);
-    const size_t iBytes = SourceBytes(column, text.size());
-    pOut->assign(iBytes, 0);
-    if (converters.fromWide == nullptr) return QRNP_CNV_UNDEFINED;
-    if (iBytes > INT32_MAX) return QRNP_CNV_BUFFER_TOO_SMALL;
-    if ((column.sDataType == VARCHAR && iBytes > 0x7FFF) || (column.sDataType == WVARCHAR && iBytes > 0x7FFF))
-        return QRNP_CNV_BUFFER_TOO_SMALL;  // the length prefix is 16-bit
-    int32_t iUsed = 0;
-    const uint32_t iCode = converters.fromWide(text.c_str(), static_cast<int32_t>(text.size()), pOut->data(),
-                                               static_cast<int32_t>(iBytes), &iUsed, &column);
-    if (iCode != 0) return iCode;
-    if (column.sDataType == CHAR) {
-        std::fill(pOut->begin() + iUsed, pOut->end(), ' ');
-    } else if (column.sDataType == WCHAR) {
-        for (size_t i = static_cast<size_t>(iUsed) / 4; i < iBytes / 4; ++i) {
-            const wchar_t blank = L' ';
-            std::memcpy(pOut->data() + 4 * i, &blank, 4);
-        }
-    } else if (!IsNumeric(column.sDataType)) {
-        pOut->resize(static_cast<size_t>(iUsed));
-    }
-    return 0;
+    pOut->clear();
+    const uint32_t iCode = AppendEncoded(column, ConvertersFor(column.sDataType), text, pOut);
+    if (iCode != 0) pOut->assign(SourceBytes(column, text.size()), 0);
+    return iCode;
 }
 
 void FillBatch(const Instance& instance, const std::vector<CellValue>& values, Batch* pBatch,
@@ -117,9 +134,10 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
                                : DestinationBytes(instance.column);
     const bool bSeparate = instance.ctrl.bDestFlag != 0;
 
-    // Offsets first: the arena may move while it grows.
+    // Offsets first: the arena may move while it grows. Cells are encoded
+    // straight into it (its capacity stays from batch to batch).
     std::vector<size_t> srcOffset(nRows), dstOffset(nRows);
-    std::vector<unsigned char> encoded;
+    const Converters converters = ConvertersFor(instance.column.sDataType);
     for (size_t r = 0; r < nRows; ++r) {
         FieldDef& cell = batch.fields[r * static_cast<size_t>(batch.cellsPerRow) + static_cast<size_t>(batch.sourceCell)];
         srcOffset[r] = batch.arena.size();
@@ -127,22 +145,21 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
             cell.bNullInd = batchOptions.bNullSourcePointer ? 0 : 1;
             cell.iSrcLen = 0;
         } else {
-            if (EncodeCell(instance, values[r].text, &encoded) != 0) {
+            if (AppendEncoded(instance.column, converters, values[r].text, &batch.arena) != 0) {
                 batch.encodeFailed[r] = 1;
-                encoded.assign(SourceBytes(instance.column, 0), 0);
+                batch.arena.resize(srcOffset[r] + SourceBytes(instance.column, 0));  // zero-filled
             }
-            batch.arena.insert(batch.arena.end(), encoded.begin(), encoded.end());
-            cell.iSrcLen = static_cast<int32_t>(encoded.size());
+            cell.iSrcLen = static_cast<int32_t>(batch.arena.size() - srcOffset[r]);
         }
+        // The source's guard, the destination (zero bytes, or none) and its guard, in one step.
+        const size_t iDstBytes = bSeparate && !batchOptions.bNoDestination ? iDstCap : 0;
+        if (iDstBytes > 0) cell.iDstCap = static_cast<int32_t>(iDstCap);
         batch.srcGuard[r] = batch.arena.size();
-        AppendGuard(batch.arena);
-        dstOffset[r] = batch.arena.size();
-        if (bSeparate && !batchOptions.bNoDestination) {
-            batch.arena.insert(batch.arena.end(), iDstCap, 0);
-            cell.iDstCap = static_cast<int32_t>(iDstCap);
-        }
-        batch.dstGuard[r] = batch.arena.size();
-        AppendGuard(batch.arena);
+        dstOffset[r] = batch.srcGuard[r] + kGuardBytes;
+        batch.dstGuard[r] = dstOffset[r] + iDstBytes;
+        batch.arena.resize(batch.dstGuard[r] + kGuardBytes);
+        std::memset(batch.arena.data() + batch.srcGuard[r], kGuard, kGuardBytes);
+        std::memset(batch.arena.data() + batch.dstGuard[r], kGuard, kGuardBytes);
     }
 
     for (size_t r = 0; r < nRows; ++r) {

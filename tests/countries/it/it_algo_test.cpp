@@ -9,9 +9,11 @@
 #include <cwchar>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <qrnp/qrnp_messages.h>
 
+#include "countries/character_compare.h"
 #include "countries/it/QRNPNidItAlgo.h"
 
 namespace {
@@ -84,6 +86,29 @@ TEST(ItCheckCharacter, KnownValues) {
         std::wstring v = c.pValue;
         GetControlCharacter(v.data());
         EXPECT_EQ(v[15], c.expected) << Narrow(c.pValue);
+    }
+}
+
+// With tracing off FindLetter scans instead of searching: for every table and
+// any character, even far outside the letters, it must find what the binary
+// search with CharacterCompare finds.
+TEST(ItFindLetter, FindsWhatTheBinarySearchFinds) {
+    struct Table {
+        const wchar_t* pLetters;
+        size_t iCount;
+    };
+    const Table kTables[] = {{VOWELS, 5}, {MONTHS, 12}, {SHORT_MONTHS, 5}, {REPLACEMENTS, 10}, {CONSONANTS, 21},
+                             {REGION_INITIALS, 12}};
+    std::vector<wchar_t> chars;
+    for (int32_t c = -300; c < 0x20100; ++c) chars.push_back(static_cast<wchar_t>(c));
+    for (const int64_t c : {0x7FFFFFFFLL, 0x7FFF0041LL, -0x7FFFFFFFLL - 1, 0x41 - 0x10000LL}) chars.push_back(static_cast<wchar_t>(c));
+    for (const Table& table : kTables) {
+        for (const wchar_t c : chars) {
+            const void* pFound = std::bsearch(&c, table.pLetters, table.iCount, sizeof(wchar_t), CharacterCompare);
+            const int32_t iExpected =
+                pFound == nullptr ? -1 : static_cast<int32_t>(static_cast<const wchar_t*>(pFound) - table.pLetters);
+            ASSERT_EQ(FindLetter(c, table.pLetters, table.iCount), iExpected) << table.pLetters << " " << int64_t(c);
+        }
     }
 }
 

@@ -1,6 +1,6 @@
-// The generated table of refused region codes: the shape the data has, the
-// order the binary search relies on, and agreement with
-// data/it_invalid_region_codes.txt.
+// The generated table of refused region codes: the shape the data has, its
+// ascending order, agreement with data/it_invalid_region_codes.txt, and
+// IsValidRegionCode answering as a binary search of the table would.
 
 #include <gtest/gtest.h>
 
@@ -58,6 +58,39 @@ TEST(ItRegionTable, EveryEntryIsRefusedAndOnlyThose) {
     EXPECT_EQ(iRefused, IT_INVALID_REGION_CODES);
     for (const auto& entry : InvalidRegionCodes) EXPECT_EQ(IsValidRegionCode(entry), 0) << entry;
     EXPECT_EQ(IsValidRegionCode(nullptr), 0);
+}
+
+// The table's own lookup: a binary search comparing the first four
+// characters without regard to case. IsValidRegionCode must agree with it
+// for codes of any characters, not only a letter and three digits.
+bool InTableBySearch(const wchar_t* pCode) {
+    int iLow = 0, iHigh = IT_INVALID_REGION_CODES - 1;
+    while (iLow <= iHigh) {
+        const int iMiddle = (iLow + iHigh) / 2;
+        const int iCmp = wcsncasecmp(InvalidRegionCodes[iMiddle], pCode, 4);
+        if (iCmp == 0) return true;
+        if (iCmp > 0)
+            iHigh = iMiddle - 1;
+        else
+            iLow = iMiddle + 1;
+    }
+    return false;
+}
+
+TEST(ItRegionTable, AgreesWithASearchOfTheTableForAnyCharacters) {
+    const wchar_t* kCodes[] = {
+        L"A002", L"A003", L"A004", L"M999", L"Z999", L"Z001", L"H501",  // digits, in the table or not
+        L"A00a", L"Aa02", L"A0O2", L"A00 ", L"A-02", L"A002x",          // other characters after the letter
+        L"A00", L"A0", L"A",                                            // shorter codes
+        L"a002", L"J123", L"N123", L"\u0100002",                        // refused by the letter
+    };
+    for (const wchar_t* pCode : kCodes) {
+        const wchar_t c = pCode[0];
+        const bool bLetter = (c >= L'A' && c <= L'M' && c != L'J' && c != L'K') || c == L'Z';
+        const bool bZeros = std::wcsncmp(pCode + 1, L"000", 3) == 0;
+        const int32_t iExpected = bLetter && !bZeros && !InTableBySearch(pCode) ? 1 : 0;
+        EXPECT_EQ(IsValidRegionCode(pCode), iExpected) << pCode;
+    }
 }
 
 // The generated file must match the data it was generated from (a stale
