@@ -115,6 +115,13 @@ uint32_t LoadSource(RowContext& ctx) {
     int32_t iChars = 0;
     QRNPGetSourceDataLen(pFldDef, pColumnDef, &iChars);
     if (const uint32_t iCode = PrepareWorkBuffer(ctx, iChars); iCode != 0) return iCode;
+    if (iChars < 0) {
+        // A NULL cell has no value to read, whatever its source pointer points at.
+        ctx.iInLength = 0;
+        ctx.iConvertedLength = 0;
+        ctx.bSourceLoaded = true;
+        return 0;
+    }
     int32_t iOutLen = 0;
     const uint32_t iCode = pColumnDef->pCnvBlk->pfnSrcToWide(pFldDef->pSrc, pFldDef->iSrcLen, ctx.pInBuf,
                                                              static_cast<int32_t>(ctx.pBlock->iWorkBufSize),

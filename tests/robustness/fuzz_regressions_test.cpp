@@ -1,0 +1,68 @@
+// Inputs that fuzzing found to read or write where they should not, each
+// reduced to the host's view. Under the sanitizer build the guard bytes after
+// every buffer are unaddressable, so a stray read or write stops the test.
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "support/run_rows.h"
+
+namespace {
+
+using hostkit::Batch;
+using hostkit::CellValue;
+using hostkit::InstanceOptions;
+using testsupport::Linked;
+
+// Init, FillBatch with `cells`, `prepare` on the batch, Service, Terminate.
+template <typename Prepare>
+void Serve(const InstanceOptions& options, const std::vector<CellValue>& cells, uint16_t sMethod, Prepare prepare,
+           Batch* pBatch, hostkit::BatchOptions batchOptions = {}) {
+    auto instance = hostkit::MakeInstance(Linked(), options);
+    ASSERT_EQ(hostkit::InitInstance(*instance), 0);
+    hostkit::FillBatch(*instance, cells, pBatch, batchOptions);
+    prepare(*pBatch);
+    hostkit::ProtectGuards(*pBatch, true);
+    hostkit::ServiceBatch(*instance, *pBatch, sMethod);
+    EXPECT_TRUE(hostkit::GuardsIntact(*pBatch));
+    hostkit::TerminateInstance(*instance);
+}
+
+FieldDef& Cell(Batch& batch, size_t r) { return batch.fields[r * static_cast<size_t>(batch.cellsPerRow) + batch.sourceCell]; }
+
+size_t CountDigits(const std::wstring& text) {
+    size_t n = 0;
+    for (wchar_t c : text) n += (c >= L'0' && c <= L'9') ? 1 : 0;
+    return n;
+}
+
+// A NULL cell whose source pointer still points at data: generating a Spanish
+// number read that data to decide on eight digits (and, for a _SZ column,
+// searched past the end of the buffer for a terminator).
+TEST(FuzzRegressions, RandomRowsNeverReadTheSourceOfANullCell) {
+    for (int16_t sType : {VARCHAR, VARCHAR_SZ, WVARCHAR_SZ}) {
+        SCOPED_TRACE("type " + std::to_string(sType));
+        InstanceOptions options;
+        options.countrySwitch = L"ES";
+        options.sDataType = sType;
+        options.sMethod = QRNP_METHOD_RANDOM;
+        Batch batch;
+        const std::vector<CellValue> cells(20, CellValue{false, L"12345678Z"});
+        Serve(options, cells, QRNP_METHOD_RANDOM, [](Batch& b) {
+            for (size_t r = 0; r < b.rows.size(); ++r) Cell(b, r).bNullInd = 1;
+        }, &batch);
+        auto instance = hostkit::MakeInstance(Linked(), options);
+        for (size_t r = 0; r < cells.size(); ++r) {
+            const hostkit::RowResult row = hostkit::ReadRow(*instance, batch, static_cast<int>(r));
+            ASSERT_EQ(row.iStatus, 0);
+            ASSERT_TRUE(row.output.has_value());
+            // A row without a value draws seven digits; eight come only from an eight-digit source.
+            EXPECT_EQ(CountDigits(*row.output), 7u) << hostkit::ToUtf8(*row.output);
+        }
+    }
+}
+
+}  // namespace
