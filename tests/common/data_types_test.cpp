@@ -50,6 +50,7 @@ TEST(DataTypes, SourceCharactersAndBufferBytes) {
     } varchar{5, "hello"}, wvarchar{10, {}};  // 10 bytes: two whole wide characters
     char narrowSz[] = "abc";
     wchar_t wideSz[] = L"abcd";
+    char unterminated[6] = {'a', 'b', 'c', 'd', 'e', 'f'};
     const struct {
         int16_t sType;
         void* pSrc;
@@ -61,6 +62,12 @@ TEST(DataTypes, SourceCharactersAndBufferBytes) {
         {VARCHAR_SZ, narrowSz, 0, 3, 0, 4},
         {WVARCHAR, &wvarchar, 0, 2, 0, 12},
         {WVARCHAR_SZ, wideSz, -1, 4, 0, 20},
+        // A length the host gave bounds the search for the terminator, and a
+        // prefix that does not fit in it is not read.
+        {VARCHAR_SZ, unterminated, 3, 3, 0, 3},
+        {WVARCHAR_SZ, wideSz, 8, 2, 0, 8},
+        {WVARCHAR_SZ, wideSz, 3, 0, 0, 3},
+        {VARCHAR, unterminated, 1, 0, 0, 1},
         {INTEGER, narrowSz, 99, 11, 0, 4},         // fixed sizes always overwrite
         {11, narrowSz, 6, 0, -1, 6},
     };
