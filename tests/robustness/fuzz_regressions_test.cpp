@@ -65,4 +65,23 @@ TEST(FuzzRegressions, RandomRowsNeverReadTheSourceOfANullCell) {
     }
 }
 
+// With tracing on, a NULL source traced its flag as a 32-bit value read from a one-byte bool.
+TEST(FuzzRegressions, TracedNullSourceFlagIsWhole) {
+    const std::string path = ::testing::TempDir() + "null_flag_trace" + std::to_string(getpid());
+    std::remove(path.c_str());
+    ASSERT_EQ(KNL_Trace_SetFile(path.c_str()), 0);
+    const auto result = testsupport::RunRows(InstanceOptions{}, {std::nullopt});
+    KNL_Trace_SetFile(nullptr);
+    EXPECT_EQ(result.rows[0].iStatus, QRNP_MSG_NULL_SOURCE);
+    std::ifstream in(path);
+    int iFound = 0;
+    for (std::string line; std::getline(in, line);) {
+        if (line.find(" bSrcNull=") == std::string::npos) continue;
+        ++iFound;
+        EXPECT_EQ(line, "VAR   QRNPNidS bSrcNull=1");
+    }
+    EXPECT_EQ(iFound, 1);
+    std::remove(path.c_str());
+}
+
 }  // namespace
