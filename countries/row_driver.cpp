@@ -14,9 +14,14 @@ const ColumnDef* ColumnOf(const RowContext& ctx) { return ctx.pCtrlBlk->pColumnD
 // Copies the source value to the destination unchanged (in place: nothing moves).
 void PassThroughCopy(RowContext& ctx) {
     FieldDef* pFldDef = ctx.pFldDef;
+    // GetSrcBufLen sets a numeric type's size whatever the host said; a
+    // positive length from the host still bounds what may be read, so a
+    // short (malformed) numeric cell is not copied past its end.
+    const int32_t iHostLen = pFldDef->iSrcLen;
     if (GetSrcBufLen(pFldDef, ColumnOf(ctx)->sDataType) != 0 || pFldDef->iSrcLen == 0)
         TRC_TEXT(ctx.pCountry->pComponent, "Failed to retrieve source buffer length");
-    const int32_t iSrcLen = pFldDef->iSrcLen > 0 ? pFldDef->iSrcLen : 0;
+    int32_t iSrcLen = pFldDef->iSrcLen > 0 ? pFldDef->iSrcLen : 0;
+    if (iHostLen > 0 && iHostLen < iSrcLen) iSrcLen = iHostLen;
     if (ctx.pCtrlBlk->bDestFlag) {
         const int32_t iCopy = iSrcLen < pFldDef->iDstCap ? iSrcLen : (pFldDef->iDstCap > 0 ? pFldDef->iDstCap : 0);
         pFldDef->iDstLen = iCopy;

@@ -65,6 +65,26 @@ TEST(FuzzRegressions, RandomRowsNeverReadTheSourceOfANullCell) {
     }
 }
 
+// An INTEGER cell the host gave two bytes: the conversion refuses it (4404),
+// and passing it through copied the type's four bytes, two past its end.
+TEST(FuzzRegressions, PassThroughCopiesNoMoreThanTheHostGave) {
+    InstanceOptions options;
+    options.countrySwitch = L"US";
+    options.sDataType = INTEGER;
+    options.sProcFlags = QRNP_PROC_PASS_INVALID;
+    CellValue shortCell;
+    shortCell.bRaw = true;
+    shortCell.raw = {0x31, 0x32};
+    Batch batch;
+    Serve(options, {shortCell}, QRNP_METHOD_MASK, [](Batch&) {}, &batch);
+    const FieldDef& cell = Cell(batch, 0);
+    EXPECT_EQ(cell.iStatus, QRNP_MSG_SOURCE_CONVERSION);
+    EXPECT_EQ(batch.rows[0].bError, 0);
+    ASSERT_EQ(cell.iDstLen, 2);
+    EXPECT_EQ(static_cast<const unsigned char*>(cell.pDst)[0], 0x31);
+    EXPECT_EQ(static_cast<const unsigned char*>(cell.pDst)[1], 0x32);
+}
+
 // With tracing on, a NULL source traced its flag as a 32-bit value read from a one-byte bool.
 TEST(FuzzRegressions, TracedNullSourceFlagIsWhole) {
     const std::string path = ::testing::TempDir() + "null_flag_trace" + std::to_string(getpid());
