@@ -103,8 +103,10 @@ uint32_t WriteDestination(RowContext& ctx) {
         if (iCap > iDstLen) InitializeCharBufferWithSpaces(static_cast<char*>(pDst) + iDstLen, iCap - iDstLen, pColumnDef);
         iDstLen = iCap;
     } else if (pColumnDef->sDataType == WCHAR) {
-        auto* pWide = static_cast<wchar_t*>(pDst);
-        for (int32_t i = iDstLen / 4; i < iCap / 4; ++i) pWide[i] = L' ';
+        // Byte by byte: the host's buffer need not be aligned for wide characters.
+        const wchar_t blank = L' ';
+        for (int32_t i = iDstLen / 4; i < iCap / 4; ++i)
+            std::memcpy(static_cast<char*>(pDst) + 4 * static_cast<size_t>(i), &blank, sizeof blank);
         iDstLen = iCap;
     }
     pFldDef->iDstLen = iDstLen;

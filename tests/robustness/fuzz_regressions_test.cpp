@@ -85,6 +85,29 @@ TEST(FuzzRegressions, PassThroughCopiesNoMoreThanTheHostGave) {
     EXPECT_EQ(static_cast<const unsigned char*>(cell.pDst)[1], 0x32);
 }
 
+// A WCHAR destination at an address that is not a multiple of four: the
+// blank padding after the identifier was stored as whole wide characters
+// (misaligned stores, which the undefined-behaviour sanitizer refuses).
+TEST(FuzzRegressions, WideFixedPaddingInAnUnalignedDestination) {
+    InstanceOptions options;
+    options.countrySwitch = L"US";
+    options.sDataType = WCHAR;
+    options.iLength = 16;
+    CellValue odd;  // one byte: every buffer after it starts at an odd offset
+    odd.bRaw = true;
+    odd.raw = {0x20};
+    Batch batch;
+    Serve(options, {odd, CellValue{false, L"123-45-6789"}}, QRNP_METHOD_MASK, [](Batch&) {}, &batch);
+    const FieldDef& cell = Cell(batch, 1);
+    ASSERT_NE(reinterpret_cast<uintptr_t>(cell.pDst) % 4, 0u);
+    ASSERT_EQ(cell.iStatus, 0);
+    EXPECT_EQ(cell.iDstLen, 64);
+    auto instance = hostkit::MakeInstance(Linked(), options);
+    const hostkit::RowResult row = hostkit::ReadRow(*instance, batch, 1);
+    ASSERT_TRUE(row.output.has_value());
+    EXPECT_EQ(row.output->substr(11), std::wstring(5, L' '));
+}
+
 // With tracing on, a NULL source traced its flag as a 32-bit value read from a one-byte bool.
 TEST(FuzzRegressions, TracedNullSourceFlagIsWhole) {
     const std::string path = ::testing::TempDir() + "null_flag_trace" + std::to_string(getpid());
