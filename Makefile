@@ -16,7 +16,7 @@ FUZZ_TEST_SECONDS ?= 30
 FUZZ_SECONDS ?= 600
 
 DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-dev libcli11-dev \
-                clang-14 libclang-rt-14-dev llvm-14
+                libcsv-dev nlohmann-json3-dev sqlite3 clang-14 libclang-rt-14-dev llvm-14
 
 FUZZ_TARGETS := fuzz_provider fuzz_converters
 
@@ -64,7 +64,9 @@ fuzz-long: fuzz
 	    $(FUZZ_BUILD)/fuzz/corpus/$$t || exit 1; \
 	done
 
-demo: build
+# The demo needs only nidmask and the provider it loads.
+demo: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) --target nidmask -j $(JOBS)
 	@bash scripts/demo.sh $(BUILD)
 
 clean:

@@ -27,6 +27,28 @@ bool FillCharacterConverters(int16_t sDataType, ConversionBlock* pCnvBlk) {
     return true;
 }
 
+bool FillNumericConverters(int16_t sDataType, ConversionBlock* pCnvBlk) {
+    switch (sDataType) {
+        case U_LONG_LONG: *pCnvBlk = {16, QRNPCnvULONGLONGToWVarcharSz, 106, QRNPCnvWVarcharSzToULONGLONG}; return true;
+        case INTEGER:
+        case U_INTEGER: *pCnvBlk = {18, QRNPCnvUIntToWVarcharSz, 108, QRNPCnvWVarcharSzToUInt}; return true;
+        case DECIMAL_PKD: *pCnvBlk = {19, QRNPCnvDecPKDToWVarcharSz, 109, QRNPCnvWVarcharSzToDecPKD}; return true;
+        case ORA_VARNUM:
+            *pCnvBlk = {17, QRNPCnvOraVarnumToWVarcharSz_Unsigned, 107, QRNPCnvWVarcharSz_UnsignedToOraVarnum};
+            return true;
+        default: return false;
+    }
+}
+
+uint32_t ReportInvalidSeparatorOption(CtrlBlk* pCtrlBlk, const char* pComponent, const wchar_t* pCountryName,
+                                      uint16_t sOption, uint16_t sValueType) {
+    ErrorCapture(pCtrlBlk, 0, QRNP_MSG_INVALID_SEPARATOR_OPTION, 2);
+    TokenCapture(pCtrlBlk, &sOption, sValueType, QRNP_TOKID_SEP, 0);
+    TokenCapture(pCtrlBlk, pCountryName, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
+    TRC_TEXT(pComponent, "Invalid Separator");
+    return QRNP_MSG_INVALID_SEPARATOR_OPTION;
+}
+
 uint32_t CheckColumn(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidCtrlBlk, const char* pComponent,
                      const wchar_t* pCountryName) {
     TRC_ENTRY(pComponent, "CheckColumn");

@@ -16,6 +16,17 @@ uint32_t CheckColumn(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidC
 // Fills the conversion block for a character type code (1-6). False for any other code.
 bool FillCharacterConverters(int16_t sDataType, ConversionBlock* pCnvBlk);
 
+// Fills the conversion block for a numeric type Canada and the United States
+// accept (U_LONG_LONG, INTEGER, U_INTEGER, DECIMAL_PKD, unsigned VARNUM).
+// False for any other code.
+bool FillNumericConverters(int16_t sDataType, ConversionBlock* pCnvBlk);
+
+// Captures 4360 for a separator option the country does not know, with the
+// option value (as 16-bit value type sValueType: QRNP_TV_INT16 or
+// QRNP_TV_UINT16) and the country name, traces "Invalid Separator", returns 4360.
+uint32_t ReportInvalidSeparatorOption(CtrlBlk* pCtrlBlk, const char* pComponent, const wchar_t* pCountryName,
+                                      uint16_t sOption, uint16_t sValueType);
+
 // Records a working-buffer size in the state block's heap statistics
 // (smallest and largest size seen).
 void RecordWorkBufSize(NidCtrlBlk* pNidCtrlBlk, uint64_t iSize);

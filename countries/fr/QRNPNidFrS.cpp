@@ -157,12 +157,10 @@ uint32_t InitCountryFR(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
         case 8: pBlock->lOptionFlags |= FR_FLAG_HYPHEN; break;
         case 16: pBlock->lOptionFlags |= FR_FLAG_BLANK; break;
         default: {
-            ErrorCapture(pCtrlBlk, 0, QRNP_MSG_INVALID_SEPARATOR_OPTION, 2);
-            TokenCapture(pCtrlBlk, &sSeparator, QRNP_TV_INT16, QRNP_TOKID_SEP, 0);
-            TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
-            TRC_TEXT(kComponent, "Invalid Separator");
-            TRC_EXIT(kComponent, "InitCountryFR", QRNP_MSG_INVALID_SEPARATOR_OPTION);
-            return QRNP_MSG_INVALID_SEPARATOR_OPTION;
+            const uint32_t iCode = ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry,
+                                                                static_cast<uint16_t>(sSeparator), QRNP_TV_INT16);
+            TRC_EXIT(kComponent, "InitCountryFR", iCode);
+            return iCode;
         }
     }
 

@@ -171,12 +171,10 @@ uint32_t InitCountryIT(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
         case IT_SEPARATOR_HYPHEN: pBlock->lOptionFlags |= IT_FLAG_HYPHENS; break;
         case IT_SEPARATOR_SPACE: pBlock->lOptionFlags |= IT_FLAG_SPACES; break;
         default: {
-            ErrorCapture(pCtrlBlk, 0, QRNP_MSG_INVALID_SEPARATOR_OPTION, 2);
-            TokenCapture(pCtrlBlk, &sSeparator, QRNP_TV_INT16, QRNP_TOKID_SEP, 0);
-            TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
-            TRC_TEXT(kComponent, "Invalid Separator");
-            TRC_EXIT(kComponent, "InitCountryIT", QRNP_MSG_INVALID_SEPARATOR_OPTION);
-            return QRNP_MSG_INVALID_SEPARATOR_OPTION;
+            const uint32_t iCode = ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry,
+                                                                static_cast<uint16_t>(sSeparator), QRNP_TV_INT16);
+            TRC_EXIT(kComponent, "InitCountryIT", iCode);
+            return iCode;
         }
     }
     TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);

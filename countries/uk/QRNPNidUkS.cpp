@@ -255,11 +255,8 @@ uint32_t InitCountryUK(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
         case UK_SEP_HYPHEN: pBlock->lOptionFlags |= UK_FLAG_HYPHEN; break;
         case UK_SEP_SPACE: pBlock->lOptionFlags |= UK_FLAG_SPACE; break;
         default:
-            ErrorCapture(pCtrlBlk, 0, QRNP_MSG_INVALID_SEPARATOR_OPTION, 2);
-            TokenCapture(pCtrlBlk, &sSeparator, QRNP_TV_INT16, QRNP_TOKID_SEP, 0);
-            TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
-            TRC_TEXT(kComponent, "Invalid Separator");
-            return InitExit(QRNP_MSG_INVALID_SEPARATOR_OPTION);
+            return InitExit(ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry,
+                                                         static_cast<uint16_t>(sSeparator), QRNP_TV_INT16));
     }
 
     // 5. The output form: compact for code 1, the source's own under code 2,

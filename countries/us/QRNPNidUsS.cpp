@@ -30,34 +30,15 @@ bool IsInvalidData(uint32_t iCode) {
            (iCode >= QRNP_MSG_US_INVALID_AREA && iCode <= QRNP_MSG_US_INVALID_SERIAL);
 }
 
-// Captures a set-up failure bound to no row with one 16-bit option value as
-// token `iTokenId` and, when bWithCountry, the country name.
-uint32_t ReportOptionError(CtrlBlk* pCtrlBlk, uint32_t iCode, uint16_t sValue, int32_t iTokenId, bool bWithCountry,
-                           const char* pTraceText) {
-    ErrorCapture(pCtrlBlk, 0, iCode, bWithCountry ? 2 : 1);
+// Captures a set-up failure bound to no row with one 16-bit option value as token `iTokenId`.
+uint32_t ReportFlagsError(CtrlBlk* pCtrlBlk, uint32_t iCode, uint16_t sValue, int32_t iTokenId,
+                          const char* pTraceText) {
+    ErrorCapture(pCtrlBlk, 0, iCode, 1);
     TokenCapture(pCtrlBlk, &sValue, QRNP_TV_UINT16, iTokenId, 0);
-    if (bWithCountry) TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
     TRC_TEXT(kComponent, pTraceText);
     TRC_VAR(kComponent, "retVal", KNL_TRC_U32, &iCode);
     return iCode;
 }
-
-// Numeric column types: the converter pair, and whether the United States
-// block's numeric byte is set (VARNUM sets the Canadian block's instead).
-struct NumericType {
-    int16_t sDataType;
-    uint8_t bSrcId;
-    QRNPToWideFn pfnSrc;
-    uint8_t bDstId;
-    QRNPFromWideFn pfnDst;
-};
-constexpr NumericType kNumericTypes[] = {
-    {U_LONG_LONG, 16, QRNPCnvULONGLONGToWVarcharSz, 106, QRNPCnvWVarcharSzToULONGLONG},
-    {INTEGER, 18, QRNPCnvUIntToWVarcharSz, 108, QRNPCnvWVarcharSzToUInt},
-    {U_INTEGER, 18, QRNPCnvUIntToWVarcharSz, 108, QRNPCnvWVarcharSzToUInt},
-    {DECIMAL_PKD, 19, QRNPCnvDecPKDToWVarcharSz, 109, QRNPCnvWVarcharSzToDecPKD},
-    {ORA_VARNUM, 17, QRNPCnvOraVarnumToWVarcharSz_Unsigned, 107, QRNPCnvWVarcharSz_UnsignedToOraVarnum},
-};
 
 // ---- Row hooks -----------------------------------------------------------------
 
@@ -197,8 +178,7 @@ uint32_t CheckColumnUS(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNi
         TRC_EXIT(kComponent, "CheckColumnUS", 0);
         return 0;
     }
-    for (const NumericType& type : kNumericTypes) {
-        if (type.sDataType != sDataType) continue;
+    if (FillNumericConverters(sDataType, pCnvBlk)) {
         const int16_t sPrecision = pColumnDef->sPrecision;
         // Kept as the Canadian check has it: no precision is both at most 8
         // and above 20, so every packed-decimal column is accepted.
@@ -211,10 +191,6 @@ uint32_t CheckColumnUS(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNi
             TRC_EXIT(kComponent, "CheckColumnUS", QRNP_MSG_COLUMN_PRECISION);
             return QRNP_MSG_COLUMN_PRECISION;
         }
-        pCnvBlk->bSrcTypeId = type.bSrcId;
-        pCnvBlk->pfnSrcToWide = type.pfnSrc;
-        pCnvBlk->bDstTypeId = type.bDstId;
-        pCnvBlk->pfnWideToDst = type.pfnDst;
         // Kept as it has always been: a VARNUM column marks the Canadian
         // block, so its values are not padded with zeros here.
         if (sDataType == ORA_VARNUM)
@@ -248,8 +224,8 @@ uint32_t InitCountryUS(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
     const uint16_t sFlags = FlagsOption(pBlock);
     if (sFlags & US_OPTION_REPLACE_AREA) pBlock->lOptionFlags |= US_FLAG_REPLACE_AREA;
     if ((sFlags & US_OPTION_TABLE_2006) && (sFlags & US_OPTION_TABLE_2008)) {
-        const uint32_t iCode = ReportOptionError(pCtrlBlk, QRNP_MSG_US_INVALID_FLAGS, sFlags, QRNP_TOKID_FLAG,
-                                                 false, "Invalid flags");
+        const uint32_t iCode = ReportFlagsError(pCtrlBlk, QRNP_MSG_US_INVALID_FLAGS, sFlags, QRNP_TOKID_FLAG,
+                                                "Invalid flags");
         TRC_EXIT(kComponent, "InitCountryUS", iCode);
         return iCode;
     }
@@ -265,8 +241,8 @@ uint32_t InitCountryUS(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
         case 8: pBlock->lOptionFlags |= US_FLAG_HYPHEN; break;
         case 16: pBlock->lOptionFlags |= US_FLAG_BLANK; break;
         default: {
-            const uint32_t iCode = ReportOptionError(pCtrlBlk, QRNP_MSG_INVALID_SEPARATOR_OPTION, sSeparator,
-                                                     QRNP_TOKID_SEP, true, "Invalid Separator");
+            const uint32_t iCode =
+                ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry, sSeparator, QRNP_TV_UINT16);
             TRC_EXIT(kComponent, "InitCountryUS", iCode);
             return iCode;
         }

@@ -186,29 +186,53 @@ int32_t ServiceBatch(Instance& instance, Batch& batch, uint16_t sMethod) {
     return instance.pEntryPoints->Service(sMethod, &instance.ctrl, &batch.rowset);
 }
 
-RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow) {
+namespace {
+
+const FieldDef& SourceCell(const Batch& batch, int iRow) {
+    return batch.fields[static_cast<size_t>(iRow) * static_cast<size_t>(batch.cellsPerRow) +
+                        static_cast<size_t>(batch.sourceCell)];
+}
+
+}  // namespace
+
+RowResult ReadRowStatus(const Instance& instance, const Batch& batch, int iRow) {
+    (void)instance;
     RowResult result;
     const Row& row = batch.rows[static_cast<size_t>(iRow)];
-    const FieldDef& cell = batch.fields[static_cast<size_t>(iRow) * static_cast<size_t>(batch.cellsPerRow) +
-                                        static_cast<size_t>(batch.sourceCell)];
+    const FieldDef& cell = SourceCell(batch, iRow);
     result.iStatus = cell.iStatus;
     result.bRejected = row.bError != 0;
     result.bTaken = row.bTaken != 0;
     result.bDstNull = cell.bDstNull != 0;
+    return result;
+}
+
+bool ReadRowOutput(const Instance& instance, const Batch& batch, int iRow, std::wstring* pText) {
+    const FieldDef& cell = SourceCell(batch, iRow);
     const void* pData = instance.ctrl.bDestFlag ? cell.pDst : cell.pSrc;
     const int32_t iLen = instance.ctrl.bDestFlag ? cell.iDstLen : (cell.iDstLen > 0 ? cell.iDstLen : cell.iSrcLen);
     const Converters converters = ConvertersFor(instance.column.sDataType);
-    if (pData == nullptr || converters.toWide == nullptr) return result;
-    std::wstring text(static_cast<size_t>(std::max(iLen, 0)) + 8, L'\0');
+    if (pData == nullptr || converters.toWide == nullptr) return false;
+    std::wstring& text = *pText;
+    text.resize(static_cast<size_t>(std::max(iLen, 0)) + 8);
     int32_t iOutLen = 0;
     const uint32_t iCode = converters.toWide(pData, iLen, text.data(), static_cast<int32_t>(text.size() * 4),
                                              &iOutLen, &instance.column);
     if (iCode == QRNP_CNV_EMPTY && IsNumeric(instance.column.sDataType)) {
-        result.output = L"0";
+        text.assign(L"0");
     } else if (iCode == 0 || iCode == QRNP_CNV_EMPTY) {
         text.resize(iCode == 0 ? static_cast<size_t>(iOutLen) : 0);
-        result.output = text;
+    } else {
+        text.clear();
+        return false;
     }
+    return true;
+}
+
+RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow) {
+    RowResult result = ReadRowStatus(instance, batch, iRow);
+    std::wstring text;
+    if (ReadRowOutput(instance, batch, iRow, &text)) result.output = std::move(text);
     return result;
 }
 

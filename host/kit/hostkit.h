@@ -150,6 +150,12 @@ struct RowResult {
 };
 RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow);
 
+// The same in two steps, for hosts that read many rows: the flags and status
+// alone (output left empty), and the output decoded into *pText, reusing its
+// memory (false when the destination cannot be read).
+RowResult ReadRowStatus(const Instance& instance, const Batch& batch, int iRow);
+bool ReadRowOutput(const Instance& instance, const Batch& batch, int iRow, std::wstring* pText);
+
 // True when no guard byte of the batch was overwritten (unprotects them first).
 bool GuardsIntact(const Batch& batch);
 

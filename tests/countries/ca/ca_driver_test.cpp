@@ -1,0 +1,285 @@
+// Canada end to end through the entry points: layouts, separators,
+// validation, exits, methods, options, and text and numeric columns.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "countries/ca/ca_test_support.h"
+#include "support/run_rows.h"
+
+namespace {
+
+using hostkit::InstanceOptions;
+using testsupport::RunRows;
+using testsupport::TokenText;
+using catest::LuhnValid;
+
+InstanceOptions Canadian(uint16_t sProcFlags = 0, std::vector<std::pair<uint16_t, uint32_t>> operands = {},
+                         int16_t sDataType = VARCHAR) {
+    InstanceOptions options;
+    options.countrySwitch = L"CA";
+    options.sProcFlags = sProcFlags;
+    options.operands = std::move(operands);
+    options.sDataType = sDataType;
+    return options;
+}
+
+std::vector<uint32_t> Captured(const testsupport::RunResult& result) {
+    std::vector<uint32_t> numbers;
+    for (const auto& m : result.messages) numbers.push_back(m.iMessage);
+    return numbers;
+}
+
+struct Worked {
+    const wchar_t* pSource;
+    const wchar_t* pKeepHead;
+    const wchar_t* pMaskHead;
+};
+const Worked kWorked[] = {
+    {L"130692544", L"130191067", L"426191060"},
+    {L"046454286", L"046600078", L"356600072"},
+    {L"123456782", L"123120578", L"053120572"},
+    {L"999999998", L"999851280", L"368851283"},  // a head above 800 keys the body with head - 100
+};
+
+// A numeric column carries the value without its leading zeros.
+std::wstring AsNumber(const std::wstring& digits) {
+    const size_t i = digits.find_first_not_of(L'0');
+    return i == std::wstring::npos ? L"0" : digits.substr(i);
+}
+
+TEST(CanadaDriverTest, WorkedExamplesInTextAndIntegerColumns) {
+    for (int16_t sType : {VARCHAR, INTEGER}) {
+        for (uint32_t iParts : {0u, 1u}) {
+            std::vector<std::optional<std::wstring>> values;
+            for (const Worked& w : kWorked)
+                values.push_back(sType == INTEGER ? AsNumber(w.pSource) : std::wstring(w.pSource));
+            const auto result = RunRows(Canadian(1, {{QRNP_OPR_CA_PARTS, iParts}}, sType), values);
+            ASSERT_EQ(result.iInit, 0);
+            EXPECT_EQ(result.iService, 0);
+            for (size_t i = 0; i < values.size(); ++i) {
+                const std::wstring expected = iParts ? kWorked[i].pMaskHead : kWorked[i].pKeepHead;
+                EXPECT_EQ(result.rows[i].iStatus, 0);
+                EXPECT_EQ(result.rows[i].output, sType == INTEGER ? AsNumber(expected) : expected)
+                    << "type " << sType << " parts " << iParts << " row " << i;
+            }
+        }
+    }
+}
+
+TEST(CanadaDriverTest, EveryNumericTypeRoundTrips) {
+    for (int16_t sType : {U_LONG_LONG, INTEGER, U_INTEGER, DECIMAL_PKD, ORA_VARNUM}) {
+        for (bool bSeparate : {true, false}) {
+            InstanceOptions options = Canadian(1, {}, sType);
+            options.bSeparateDestination = bSeparate;
+            const auto result = RunRows(options, {L"46454286", L"130692544"});
+            ASSERT_EQ(result.iInit, 0) << sType;
+            EXPECT_TRUE(result.bGuardsIntact);
+            EXPECT_EQ(result.rows[0].output, L"46600078") << "type " << sType << " separate " << bSeparate;
+            EXPECT_EQ(result.rows[1].output, L"130191067") << "type " << sType << " separate " << bSeparate;
+        }
+    }
+    const auto zero = RunRows(Canadian(0, {}, INTEGER), {L"0"});
+    EXPECT_EQ(zero.rows[0].iStatus, 75) << "a numeric zero is the empty value, passed through";
+    EXPECT_FALSE(zero.rows[0].bRejected);
+}
+
+TEST(CanadaDriverTest, Layouts) {
+    struct Case {
+        const wchar_t* pValue;
+        int16_t sType;
+        int32_t iStatus;
+        const wchar_t* pOutput;  // null: not checked
+    };
+    const Case cases[] = {
+        {L"123456782", VARCHAR, 0, L"123120578"},
+        {L"123-456-782", VARCHAR, 0, L"123-120-578"},
+        {L"123 456 782", VARCHAR, 0, L"123 120 578"},
+        {L"123.456.782", VARCHAR, 0, L"123.120.578"},
+        {L"  123-456-782 ", VARCHAR, 0, L"123-120-578"},
+        {L"123-456.782", VARCHAR, 4406, nullptr},
+        {L"123/456/782", VARCHAR, 4406, nullptr},
+        {L"12-3456-782", VARCHAR, 4406, nullptr},
+        {L"123-456782", VARCHAR, 4406, nullptr},   // ten characters cannot hold two separators
+        {L"1234567820", VARCHAR, 4405, nullptr},
+        {L"12345678", VARCHAR, 4405, nullptr},
+        {L"12345678X", VARCHAR, 4405, nullptr},
+        {L"123-456-7822", VARCHAR, 4405, nullptr},
+        {L"123-4567-82", VARCHAR, 4406, nullptr},
+        // Region and check digit are only looked at under full validation;
+        // the source's check digit never enters the mask.
+        {L"123456789", VARCHAR, 0, L"123120578"},
+        {L"823456789", VARCHAR, 0, nullptr},
+        {L"12345678", INTEGER, 0, nullptr},        // read as 012345678
+        {L"1234567890", U_LONG_LONG, 4405, nullptr},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(Canadian(0, {}, c.sType), {std::wstring(c.pValue)});
+        ASSERT_EQ(result.iInit, 0);
+        const std::string label = hostkit::ToUtf8(c.pValue);
+        EXPECT_EQ(result.rows[0].iStatus, c.iStatus) << label;
+        EXPECT_EQ(result.rows[0].bRejected, c.iStatus != 0) << label;
+        if (c.pOutput != nullptr) {
+            EXPECT_EQ(result.rows[0].output, std::wstring(c.pOutput)) << label;
+        }
+    }
+    // The padded number is the SIN 012345678 (not Luhn-valid, so only seen under validation).
+    const auto padded = RunRows(Canadian(1, {}, INTEGER), {L"12345678"});
+    ASSERT_EQ(padded.messages.size(), 1u);
+    EXPECT_EQ(TokenText(padded.messages[0], QRNP_TOKID_SRCDATA), L"012345678");
+}
+
+TEST(CanadaDriverTest, MessagesCarryTheirTokens) {
+    struct Case {
+        const wchar_t* pValue;
+        uint16_t sFlags;
+        uint32_t iMessage;
+        std::vector<std::pair<int32_t, std::wstring>> tokens;
+    };
+    const Case cases[] = {
+        {L"12345678", 0, 4405, {{QRNP_TOKID_SRCDATA, L"12345678"}, {QRNP_TOKID_SRCLEN, L"8"}, {QRNP_TOKID_COUNTRY, L"Canada"}}},
+        {L"123/456/782", 0, 4406, {{QRNP_TOKID_SRCDATA, L"123/456/782"}, {QRNP_TOKID_COUNTRY, L"Canada"}}},
+        // Region 8 is refused before the Luhn test, with the compact value.
+        {L"823-456-789", 1, 4579, {{QRNP_TOKID_SRCDATA, L"823456789"}}},
+        {L"123456789", 1, 4407, {{QRNP_TOKID_SRCDATA, L"123456789"}, {QRNP_TOKID_COUNTRY, L"Canada"}}},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(Canadian(c.sFlags), {L"046454286", std::wstring(c.pValue)});
+        ASSERT_EQ(result.messages.size(), 1u) << c.iMessage;
+        const hostkit::Message& m = result.messages[0];
+        EXPECT_EQ(m.iMessage, c.iMessage);
+        EXPECT_EQ(m.iRow, 2u) << c.iMessage;
+        EXPECT_EQ(m.tokens, c.tokens) << c.iMessage;
+        EXPECT_EQ(result.rows[1].iStatus, static_cast<int32_t>(c.iMessage));
+    }
+}
+
+TEST(CanadaDriverTest, InvalidDataPassesThroughOnlyWhenAsked) {
+    for (const wchar_t* pValue : {L"823456789", L"123456789", L"12345678", L"123/456/782"}) {
+        for (bool bSeparate : {true, false}) {
+            InstanceOptions options = Canadian(1 | 2);
+            options.bSeparateDestination = bSeparate;
+            const auto passed = RunRows(options, {std::wstring(pValue)});
+            EXPECT_NE(passed.rows[0].iStatus, 0);
+            EXPECT_FALSE(passed.rows[0].bRejected) << hostkit::ToUtf8(pValue);
+            EXPECT_EQ(passed.rows[0].output, std::wstring(pValue));
+            EXPECT_EQ(passed.iTerminate, 0);
+
+            options.sProcFlags = 1;
+            const auto rejected = RunRows(options, {std::wstring(pValue)});
+            EXPECT_TRUE(rejected.rows[0].bRejected) << hostkit::ToUtf8(pValue);
+            EXPECT_EQ(rejected.iTerminate, -2);
+        }
+    }
+}
+
+TEST(CanadaDriverTest, SeparatorOptions) {
+    struct Case {
+        uint32_t iOption;
+        const wchar_t* pSource;
+        const wchar_t* pOutput;
+    };
+    const Case cases[] = {
+        {2, L"123 456 782", L"123 120 578"}, {1, L"123-456-782", L"123120578"},
+        {4, L"123456782", L"123.120.578"},   {8, L"123 456 782", L"123-120-578"},
+        {8, L"123.456.782", L"123-120-578"}, {16, L"123456782", L"123 120 578"},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(Canadian(0, {{QRNP_OPR_CA_SEPARATOR, c.iOption}}), {std::wstring(c.pSource)});
+        ASSERT_EQ(result.rows[0].iStatus, 0);
+        EXPECT_EQ(result.rows[0].output, std::wstring(c.pOutput)) << c.iOption;
+    }
+}
+
+TEST(CanadaDriverTest, RandomAndOtherMethods) {
+    // Random: the source is not read; option 2 (as the source) gives no separator.
+    const auto compact = RunRows(Canadian(), {std::nullopt, L"not a SIN"}, QRNP_METHOD_RANDOM);
+    const auto hyphen = RunRows(Canadian(0, {{QRNP_OPR_CA_SEPARATOR, 8}}), {L"123.456.782"}, QRNP_METHOD_RANDOM);
+    for (const auto& row : compact.rows) {
+        EXPECT_EQ(row.iStatus, 0);
+        ASSERT_TRUE(row.output.has_value());
+        EXPECT_EQ(row.output->size(), 9u);
+        EXPECT_TRUE(LuhnValid(*row.output));
+    }
+    ASSERT_EQ(hyphen.rows[0].output->size(), 11u);
+    EXPECT_EQ((*hyphen.rows[0].output)[3], L'-');
+    EXPECT_EQ((*hyphen.rows[0].output)[7], L'-');
+
+    // Any other method (taken from the control block) writes 000000000 in the set-up layout.
+    struct Case {
+        uint32_t iOption;
+        int16_t sType;
+        const wchar_t* pOutput;
+    };
+    const Case cases[] = {{2, VARCHAR, L"000000000"}, {8, VARCHAR, L"000-000-000"}, {16, CHAR, L"000 000 000 "}};
+    for (const Case& c : cases) {
+        InstanceOptions options = Canadian(0, {{QRNP_OPR_CA_SEPARATOR, c.iOption}}, c.sType);
+        options.sMethod = 0x1234;
+        options.iLength = 12;
+        const auto result = RunRows(options, {L"123-456-782"}, QRNP_METHOD_CTRLBLK);
+        EXPECT_EQ(result.rows[0].iStatus, 0);
+        EXPECT_EQ(result.rows[0].output, std::wstring(c.pOutput)) << c.iOption;
+    }
+}
+
+TEST(CanadaDriverTest, SetUpOptionsAndColumns) {
+    struct Case {
+        std::vector<std::pair<uint16_t, uint32_t>> operands;
+        int16_t sType;
+        std::vector<uint32_t> captured;
+    };
+    const Case cases[] = {
+        {{{QRNP_OPR_CA_PARTS, 2}}, VARCHAR, {4362, 4578, 4353}},
+        {{{QRNP_OPR_CA_PARTS, 3}}, VARCHAR, {}},  // any odd value masks the head
+        {{{QRNP_OPR_CA_SEPARATOR, 3}}, VARCHAR, {4360, 4578, 4353}},
+        {{{QRNP_OPR_CA_SEPARATOR, 32}}, VARCHAR, {4360, 4578, 4353}},
+        {{}, DOUBLE, {4354, 4578, 4353}},
+        {{}, SMALLINT, {4354, 4578, 4353}},
+        {{}, DECIMAL_PKD, {}},
+    };
+    for (const Case& c : cases) {
+        const auto result = RunRows(Canadian(0, c.operands, c.sType), {L"130692544"});
+        EXPECT_EQ(Captured(result), c.captured);
+        EXPECT_EQ(result.iInit, c.captured.empty() ? 0 : 4353);
+    }
+    const auto separator = RunRows(Canadian(0, {{QRNP_OPR_CA_SEPARATOR, 3}}), {});
+    EXPECT_EQ(TokenText(separator.messages[0], QRNP_TOKID_SEP), L"3");
+    EXPECT_EQ(TokenText(separator.messages[0], QRNP_TOKID_COUNTRY), L"Canada");
+    const auto type = RunRows(Canadian(0, {}, DOUBLE), {});
+    EXPECT_EQ(TokenText(type.messages[0], QRNP_TOKID_SRC_DATATYPE), L"19");
+    EXPECT_EQ(TokenText(type.messages[0], QRNP_TOKID_COUNTRY), L"Canada");
+
+    // Packed decimals of every precision are accepted.
+    for (int16_t sPrecision : {1, 5, 9, 15, 21, 31}) {
+        InstanceOptions options = Canadian(0, {}, DECIMAL_PKD);
+        options.sPrecision = sPrecision;
+        EXPECT_EQ(RunRows(options, {L"1"}).iInit, 0) << sPrecision;
+    }
+}
+
+// 100,000 generated SINs, masked under full validation with the head kept
+// and masked: every row is served and every output passes full validation.
+TEST(CanadaDriverTest, HundredThousandRandomSinsMaskAndValidate) {
+    const size_t kRows = 100000;
+    const std::vector<std::optional<std::wstring>> nulls(kRows);
+    const auto generated = RunRows(Canadian(), nulls, QRNP_METHOD_RANDOM);
+    ASSERT_EQ(generated.iService, 0);
+    std::vector<std::optional<std::wstring>> sins;
+    for (const auto& row : generated.rows) sins.push_back(row.output);
+
+    for (uint32_t iParts : {0u, 1u}) {
+        const auto masked = RunRows(Canadian(1, {{QRNP_OPR_CA_PARTS, iParts}}), sins);
+        ASSERT_EQ(masked.iService, 0) << "parts " << iParts;
+        EXPECT_TRUE(masked.messages.empty());
+        std::vector<std::optional<std::wstring>> outputs;
+        for (size_t i = 0; i < kRows; ++i) {
+            ASSERT_EQ(masked.rows[i].iStatus, 0);
+            outputs.push_back(masked.rows[i].output);
+        }
+        const auto validated = RunRows(Canadian(1), outputs);
+        EXPECT_EQ(validated.iService, 0) << "parts " << iParts;
+        EXPECT_TRUE(validated.messages.empty());
+    }
+}
+
+}  // namespace

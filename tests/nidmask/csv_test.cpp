@@ -1,0 +1,101 @@
+// CSV end to end: only the masked field's bytes change; quoting, line ends
+// and every other column come out byte for byte.
+#include "nidmask_run.h"
+
+namespace nidmask_test {
+namespace {
+
+using CsvTest = NidmaskTest;
+
+// A CSV whose third column holds `nirs[i]` written as `fields[i]` (the raw
+// field, quoted or not), with awkward neighbours and CRLF line ends.
+std::string Csv(const std::vector<std::string>& fields, bool bHeader = true, bool bFinalNewline = true) {
+    std::string text = bHeader ? "id,\"name, full\",nir,note\r\n" : "";
+    for (size_t i = 0; i < fields.size(); ++i) {
+        text += std::to_string(i + 1) + ",\"Nom \"\"" + std::to_string(i) + "\"\", Jean\"," + fields[i] +
+                ",\"line one\r\nline two, still\"";
+        if (i + 1 < fields.size() || bFinalNewline) text += "\r\n";
+    }
+    return text;
+}
+
+TEST_F(CsvTest, OnlyTheMaskedFieldChanges) {
+    const std::vector<std::string> nirs = {kValidFr[0], kValidFr[1], kValidFr[2], kValidFr[3]};
+    const std::vector<std::string> masked = Masked(nirs);
+    // The same values, quoted or not in the source: the output keeps the quoting.
+    const std::vector<std::string> fields = {nirs[0], "\"" + nirs[1] + "\"", "\"" + nirs[2] + "\"", nirs[3]};
+    const std::vector<std::string> expected = {masked[0], "\"" + masked[1] + "\"", "\"" + masked[2] + "\"", masked[3]};
+    struct Case {
+        const char* pArgs;
+        bool bHeader;
+        bool bFinalNewline;
+    };
+    const Case cases[] = {
+        {"--column nir", true, true},
+        {"--column 3", true, false},
+        {"--column 3 --no-header", false, true},
+        {"--column nir --batch 1", true, false},
+        {"--column nir --type WVARCHAR", true, true},
+    };
+    for (const Case& c : cases) {
+        WriteFile(Path("in.csv"), Csv(fields, c.bHeader, c.bFinalNewline));
+        const RunResult result = Run(std::string("--country FR --format csv --quiet in.csv ") + c.pArgs);
+        EXPECT_EQ(result.iExit, 0) << c.pArgs << ": " << result.err;
+        EXPECT_EQ(result.out, Csv(expected, c.bHeader, c.bFinalNewline)) << c.pArgs;
+    }
+}
+
+TEST_F(CsvTest, NullEmptyAndRejectedFields) {
+    const std::string valid = kValidFr[0];
+    const std::string masked = Masked({valid})[0];
+    const std::string input = "nir,x\n\\N,a\n\"\\N\",b\n,c\n12345,d\n" + valid + ",e\n";
+    struct Case {
+        const char* pArgs;
+        std::string output;
+        int iExit;
+    };
+    const Case cases[] = {
+        // A quoted \N is a value (and too short), an unquoted one is NULL.
+        {"", "nir,x\n\\N,a\n,c\n" + masked + ",e\n", 1},
+        {"--on-reject empty", "nir,x\n\\N,a\n\"\",b\n,c\n,d\n" + masked + ",e\n", 1},
+        {"--on-reject null", "nir,x\n\\N,a\n\\N,b\n,c\n\\N,d\n" + masked + ",e\n", 1},
+        {"--on-reject fail", "", 1},
+        {"--pass-invalid", input.substr(0, input.size() - valid.size() - 3) + masked + ",e\n", 0},
+        // With an empty NULL text, an empty field is NULL, \\N a value, and an empty result is quoted.
+        {"--null '' --on-reject empty", "nir,x\n\"\",a\n\"\",b\n,c\n\"\",d\n" + masked + ",e\n", 1},
+    };
+    for (const Case& c : cases) {
+        const RunResult result = Run(std::string("--country FR --format csv --quiet ") + c.pArgs, input);
+        EXPECT_EQ(result.iExit, c.iExit) << c.pArgs << ": " << result.err;
+        EXPECT_EQ(result.out, c.output) << c.pArgs;
+    }
+}
+
+TEST_F(CsvTest, MalformedInputNamesTheRecord) {
+    struct Case {
+        std::string input;
+        const char* pArgs;
+        int iExit;
+        const char* pExpected;
+    };
+    const Case cases[] = {
+        {"nir\n269037511604241\nab\"c\n", "", 4, "record 2 (line 3): malformed CSV"},
+        {"nir\n\"269037511604241\"x\n", "", 4, "record 1 (line 2): malformed CSV"},
+        {"n\"ir\n", "", 4, "the header (line 1): malformed CSV"},
+        {"nir\n\"269037511604241\n", "", 4, "no closing quote"},
+        {"a,nir\n1,269037511604241\n2\n", "--column nir", 4, "record 2 (line 3) has 1 fields; column 2 is missing"},
+        {"a,nir\n", "--column nor", 2, "the header has no such column (it has a, nir)"},
+        {"a,nir\n", "--column 3", 2, "the header has 2 columns"},
+    };
+    for (const Case& c : cases) {
+        const RunResult result = Run(std::string("--country FR --format csv --quiet ") + c.pArgs, c.input);
+        EXPECT_EQ(result.iExit, c.iExit) << c.input;
+        EXPECT_NE(result.err.find(c.pExpected), std::string::npos) << c.input << ": " << result.err;
+    }
+    // A header alone, or nothing at all, is a valid empty table.
+    EXPECT_EQ(Run("--country FR --format csv --quiet", "a,nir\r\n").out, "a,nir\r\n");
+    EXPECT_EQ(Run("--country FR --format csv --quiet", "").out, "");
+}
+
+}  // namespace
+}  // namespace nidmask_test

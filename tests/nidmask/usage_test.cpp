@@ -1,0 +1,98 @@
+// Command-line errors (exit 2), provider loading (3) and input errors (4).
+#include "nidmask_run.h"
+
+namespace nidmask_test {
+namespace {
+
+using UsageTest = NidmaskTest;
+
+TEST_F(UsageTest, BadCommandLinesNameTheProblem) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "--country is required"},
+        {"--country FR --bogus", "--bogus"},
+        {"--country FR --batch 0", "--batch"},
+        {"--country FR --batch many", "--batch"},
+        {"--country FR --length 0", "--length"},
+        {"--country FR --option 0x1801", "--option"},
+        {"--country FR --option 0x10000=1", "--option"},
+        {"--country FR --type TEXT", "--type"},
+        {"--country FR --format json", "--format"},
+        {"--country FR --quiet --progress", "--quiet and --progress"},
+        {"--country FR --count 5", "--count needs --method random"},
+        {"--country FR --method random --count 5 in.txt", "--count and INPUT"},
+        {"--country FR --no-header", "--no-header needs --format csv"},
+        {"--country FR --column 2", "--column needs --format csv or --db"},
+        {"--country FR --ctrl-method random", "--ctrl-method needs --method ctrl"},
+        {"--country FR --method ctrl --ctrl-method 70000", "--ctrl-method"},
+        {"--country FR --table t", "--table needs --db"},
+        {"--country FR --db x.db --table t", "--db needs --table and --column"},
+        {"--country FR --db x.db --table t --column c in.txt", "--db and INPUT"},
+        {"--country FR --db x.db --table t --column c --on-reject drop", "--on-reject drop"},
+        {"--country FR --form 3", "--form applies to UK"},
+        {"--country FR --area-table 2006", "--area-table applies to US"},
+        {"--country FR --parts sex,shoe", "'shoe' is not a part"},
+        {"--country ES --parts head", "ES has no parts"},
+        {"--country XY --separator none", "need a --country of FR"},
+        {"--country FR --format csv --no-header --column nir", "chosen by number"},
+    };
+    for (const auto& [pArgs, pExpected] : cases) {
+        const RunResult result = Run(pArgs);
+        EXPECT_EQ(result.iExit, 2) << pArgs;
+        EXPECT_NE(result.err.find(pExpected), std::string::npos) << pArgs << ": " << result.err;
+        EXPECT_EQ(result.out, "") << pArgs;
+    }
+}
+
+TEST_F(UsageTest, HelpAndVersion) {
+    const RunResult help = Run("--help");
+    EXPECT_EQ(help.iExit, 0);
+    for (const char* pOption : {"--output", "--format", "--column", "--no-header", "--null", "--count", "--db",
+                                "--table", "--country", "--method", "--ctrl-method", "--validate", "--pass-invalid",
+                                "--option", "--type", "--length", "--in-place", "--batch", "--error-limit",
+                                "--parts", "--separator", "--form", "--area-table", "--on-reject", "--report",
+                                "--trace", "--quiet", "--progress", "exit status", "NULL"})
+        EXPECT_NE(help.out.find(pOption), std::string::npos) << pOption;
+    const RunResult version = Run("--version");
+    EXPECT_EQ(version.iExit, 0);
+    EXPECT_EQ(version.out.rfind("nidmask ", 0), 0u);
+}
+
+TEST_F(UsageTest, ProviderAndInputErrors) {
+    WriteFile(Path("long.txt"), "269037511604241\n1234567890123456789012\n");
+    WriteFile(Path("latin1.txt"), "26903751160424\xe9\n");
+    struct Case {
+        const char* pArgs;
+        int iExit;
+        const char* pExpected;
+    };
+    const Case cases[] = {
+        {"--country FR --provider /nonexistent/lib.so", 3, "cannot load the provider"},
+        {"--country FR missing.txt", 4, "cannot open missing.txt"},
+        {"--country FR --type CHAR --length 20 long.txt", 4, "long.txt: record 2: the value has 22 characters"},
+        {"--country FR --type WVARCHAR latin1.txt", 4, "latin1.txt: record 1: invalid UTF-8"},
+        {"--country FR --report /nonexistent/r.jsonl long.txt", 4, "cannot write /nonexistent/r.jsonl"},
+        {"--country FR -o /nonexistent/out.txt long.txt", 4, "cannot write /nonexistent/out.txt"},
+    };
+    for (const Case& c : cases) {
+        const RunResult result = Run(c.pArgs);
+        EXPECT_EQ(result.iExit, c.iExit) << c.pArgs << ": " << result.err;
+        EXPECT_NE(result.err.find(c.pExpected), std::string::npos) << c.pArgs << ": " << result.err;
+    }
+    // A single-byte column reads the same byte as ISO-8859-1: an invalid value, not an input error.
+    EXPECT_EQ(Run("--country FR --quiet latin1.txt").iExit, 1);
+}
+
+TEST_F(UsageTest, TraceRecordsEveryEntryPoint) {
+    const RunResult result = Run("--country FR --quiet --batch 2 --trace trace.txt", JoinLines(kValidFr));
+    EXPECT_EQ(result.iExit, 0) << result.err;
+    const std::string trace = ReadFile(Path("trace.txt"));
+    size_t iServices = 0;
+    for (const std::string& line : Lines(trace))
+        if (line.find("ENTRY") == 0 && line.find(" Service") != std::string::npos) ++iServices;
+    EXPECT_EQ(iServices, 3u);
+    EXPECT_NE(trace.find("ENTRY QRNPNidS Init"), std::string::npos);
+    EXPECT_NE(trace.find("ENTRY QRNPNidS Terminate"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace nidmask_test

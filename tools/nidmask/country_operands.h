@@ -1,0 +1,39 @@
+// The named provider settings (--parts, --separator, --form, --area-table)
+// and the operands each country reads them from.
+#ifndef NIDMASK_COUNTRY_OPERANDS_H
+#define NIDMASK_COUNTRY_OPERANDS_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace nidmask {
+
+using Operand = std::pair<uint16_t, uint32_t>;  // key id, value
+
+// The settings as written on the command line; empty means not given.
+struct NamedSettings {
+    std::string parts;      // comma-separated part names
+    std::string separator;  // keep, none, dot, dash, space
+    std::string form;       // 3 or 5 (United Kingdom)
+    std::string areaTable;  // 2006, 2008 or 2010 (United States)
+};
+
+// The country a switch selects, as the provider reads it (the first two
+// letters in any case): "FR", "IT", "UK", "ES", "US", "CA", or "" for none.
+std::string SwitchCountry(const std::string& countrySwitch);
+
+// Appends the operands for the named settings, in the order parts,
+// separator, form, area table; settings that share a key (the United States
+// parts and area table) become one operand. False with a message naming the
+// problem (a setting the country does not have, an unknown name).
+bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& settings,
+                         std::vector<Operand>* pOperands, std::string* pError);
+
+// Help text: what each setting means for each country.
+std::string NamedSettingsHelp();
+
+}  // namespace nidmask
+
+#endif

@@ -1,0 +1,19 @@
+// RFC 4180 quoting.
+#include "csv_field.h"
+
+namespace nidmask {
+
+void AppendCsvField(std::string_view value, bool bQuote, std::string* pOut) {
+    if (!bQuote && value.find_first_of(",\"\r\n") == std::string_view::npos) {
+        pOut->append(value);
+        return;
+    }
+    *pOut += '"';
+    for (const char c : value) {
+        if (c == '"') *pOut += '"';
+        *pOut += c;
+    }
+    *pOut += '"';
+}
+
+}  // namespace nidmask

@@ -1,0 +1,49 @@
+// Reading input with read(2), retried on interruption.
+#include "input_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace nidmask {
+
+InputFile::~InputFile() {
+    if (bOwned_ && fd_ >= 0) close(fd_);
+}
+
+bool InputFile::Open(const std::string& path, std::string* pError) {
+    if (path.empty() || path == "-") {
+        fd_ = STDIN_FILENO;
+        name_ = "standard input";
+    } else {
+        fd_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        name_ = path;
+        if (fd_ < 0) {
+            *pError = "cannot open " + path + ": " + std::strerror(errno);
+            return false;
+        }
+        bOwned_ = true;
+    }
+    struct stat info {};
+    if (fstat(fd_, &info) == 0 && S_ISREG(info.st_mode)) iTotalBytes_ = static_cast<uint64_t>(info.st_size);
+    posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
+    return true;
+}
+
+long InputFile::Read(char* pBuffer, size_t size, std::string* pError) {
+    for (;;) {
+        const ssize_t n = read(fd_, pBuffer, size);
+        if (n >= 0) {
+            iBytesRead_ += static_cast<uint64_t>(n);
+            return static_cast<long>(n);
+        }
+        if (errno == EINTR) continue;
+        *pError = "cannot read " + name_ + ": " + std::strerror(errno);
+        return -1;
+    }
+}
+
+}  // namespace nidmask

@@ -1,0 +1,40 @@
+// An input file or standard input, read in large blocks.
+#ifndef NIDMASK_INPUT_FILE_H
+#define NIDMASK_INPUT_FILE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace nidmask {
+
+class InputFile {
+public:
+    InputFile() = default;
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+    ~InputFile();
+
+    // Opens `path`; "" or "-" is standard input. False with a message.
+    bool Open(const std::string& path, std::string* pError);
+
+    // Reads up to `size` bytes: the count, 0 at the end, -1 on an error (*pError set).
+    long Read(char* pBuffer, size_t size, std::string* pError);
+
+    // "standard input" or the path, for messages.
+    const std::string& Name() const { return name_; }
+    uint64_t BytesRead() const { return iBytesRead_; }
+    // The size of a regular file, 0 when unknown (pipes, terminals).
+    uint64_t TotalBytes() const { return iTotalBytes_; }
+
+private:
+    int fd_ = -1;
+    bool bOwned_ = false;
+    std::string name_;
+    uint64_t iBytesRead_ = 0;
+    uint64_t iTotalBytes_ = 0;
+};
+
+}  // namespace nidmask
+
+#endif

@@ -1,0 +1,167 @@
+// The provider session: rowsets in, classified rows, report lines and tallies out.
+#include "masking_session.h"
+
+#include <algorithm>
+
+#include <qrnp/qrnp.h>
+
+#include "column_types.h"
+#include "messages.h"
+
+namespace nidmask {
+
+namespace {
+
+// Notices about rows that were not masked on purpose; the summary counts
+// them already, so they are not tallied as problems.
+bool IsNotice(uint32_t iMessage) {
+    return iMessage == QRNP_MSG_NULL_SOURCE || iMessage == QRNP_MSG_SOURCE_ONLY_SPACES ||
+           iMessage == QRNP_MSG_EMPTY_CHARACTER_VALUE || iMessage == QRNP_MSG_EMPTY_NUMERIC_VALUE;
+}
+
+RowKind Classify(const hostkit::RowResult& row) {
+    if (!row.bTaken) return RowKind::Unserved;
+    if (row.bRejected) return RowKind::Rejected;
+    switch (row.iStatus) {
+        case 0: return RowKind::Masked;
+        case QRNP_MSG_NULL_SOURCE: return RowKind::Null;
+        case QRNP_MSG_SOURCE_ONLY_SPACES: return RowKind::Blank;
+        case QRNP_MSG_EMPTY_CHARACTER_VALUE:
+        case QRNP_MSG_EMPTY_NUMERIC_VALUE: return RowKind::Empty;
+        default: return RowKind::Invalid;
+    }
+}
+
+}  // namespace
+
+MaskingSession::MaskingSession(const hostkit::EntryPoints& entryPoints, const SessionSettings& settings,
+                               ReportWriter* pReport)
+    : entryPoints_(entryPoints), settings_(settings), pReport_(pReport) {}
+
+int32_t MaskingSession::Start() {
+    instance_ = hostkit::MakeInstance(entryPoints_, settings_.instance);
+    const int32_t iResult = hostkit::InitInstance(*instance_);
+    CollectMessages(0, 0);
+    return iResult;
+}
+
+ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values, uint64_t iFirstRecord) {
+    const size_t nRows = values.size();
+    hostkit::FillBatch(*instance_, values, &batch_);
+    for (size_t i = 0; i < nRows; ++i) {
+        if (batch_.encodeFailed[i] != 0) {
+            iEncodeFailedRow_ = i;
+            return ServeResult::EncodeFailed;
+        }
+    }
+    // The error limit counts the messages of the whole run; the provider
+    // sees one rowset's list at a time, so it gets what is left of it.
+    if (settings_.iErrorLimit > 0) {
+        const uint64_t iLimit = static_cast<uint64_t>(settings_.iErrorLimit);
+        instance_->ctrl.sErrorLimit = static_cast<int16_t>(iLimit > iErrorsSoFar_ ? iLimit - iErrorsSoFar_ : 1);
+    }
+    iServiceResult_ = hostkit::ServiceBatch(*instance_, batch_, settings_.sServiceMethod);
+    if (iServiceResult_ != QRNP_OK && iServiceResult_ != QRNP_WARNING) {
+        CollectMessages(iFirstRecord, 0);
+        return ServeResult::ServiceFailed;
+    }
+
+    kinds_.resize(nRows);
+    if (outputs_.size() < nRows) outputs_.resize(nRows);
+    const bool bFixedWidth = IsFixedWidthType(settings_.instance.sDataType);
+    counts_.iRead += nRows;
+    for (size_t i = 0; i < nRows; ++i) {
+        const hostkit::RowResult row = hostkit::ReadRowStatus(*instance_, batch_, static_cast<int>(i));
+        RowKind kind = Classify(row);
+        if (kind == RowKind::Masked) {
+            std::wstring& text = outputs_[i];
+            if (!hostkit::ReadRowOutput(*instance_, batch_, static_cast<int>(i), &text)) {
+                kind = RowKind::Rejected;  // nothing readable was written
+            } else if (bFixedWidth) {
+                while (!text.empty() && text.back() == L' ') text.pop_back();
+            }
+        }
+        kinds_[i] = kind;
+        switch (kind) {
+            case RowKind::Masked: ++counts_.iMasked; break;
+            case RowKind::Null: ++counts_.iNull; break;
+            case RowKind::Blank: ++counts_.iBlank; break;
+            case RowKind::Empty: ++counts_.iEmpty; break;
+            case RowKind::Invalid: ++counts_.iInvalid; break;
+            case RowKind::Rejected: ++counts_.iRejected; break;
+            case RowKind::Unserved: ++counts_.iUnserved; break;
+        }
+    }
+    CollectMessages(iFirstRecord, nRows);
+    return ServeResult::Served;
+}
+
+// Reads and clears the error list; writes the report lines of the rows
+// served (nRows, from record iFirstRecord) and of the unbound messages.
+void MaskingSession::CollectMessages(uint64_t iFirstRecord, size_t nRows) {
+    messages_ = hostkit::ReadErrors(instance_->ctrl.pEAB);
+    hostkit::ResetErrors(*instance_);
+    iErrorsSoFar_ += messages_.size();
+
+    messagesByRow_.clear();
+    rowMessages_.clear();
+    for (size_t k = 0; k < messages_.size(); ++k) {
+        const hostkit::Message& message = messages_[k];
+        const bool bBound = message.iRow > 0 && message.iRow <= nRows;
+        if (bBound) {
+            messagesByRow_.emplace_back(message.iRow, static_cast<uint32_t>(k));
+        } else {
+            rowMessages_.push_back(&message);
+        }
+        Tally(message, bBound ? iFirstRecord + message.iRow - 1 : 0);
+    }
+    if (pReport_ != nullptr) pReport_->WriteUnbound(rowMessages_);
+    std::stable_sort(messagesByRow_.begin(), messagesByRow_.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+
+    if (pReport_ == nullptr || !pReport_->IsOpen()) return;
+    size_t k = 0;
+    for (size_t i = 0; i < nRows; ++i) {
+        rowMessages_.clear();
+        while (k < messagesByRow_.size() && messagesByRow_[k].first == i + 1)
+            rowMessages_.push_back(&messages_[messagesByRow_[k++].second]);
+        if (kinds_[i] == RowKind::Unserved) continue;
+        const hostkit::RowResult row = hostkit::ReadRowStatus(*instance_, batch_, static_cast<int>(i));
+        if (row.iStatus != 0 || kinds_[i] == RowKind::Rejected)
+            pReport_->WriteRow(iFirstRecord + i, row.iStatus, kinds_[i] == RowKind::Rejected, rowMessages_);
+    }
+}
+
+void MaskingSession::Tally(const hostkit::Message& message, uint64_t iRecord) {
+    if (IsNotice(message.iMessage)) return;
+    for (MessageTally& tally : tallies_) {
+        if (tally.iMessage == message.iMessage) {
+            ++tally.iCount;
+            return;
+        }
+    }
+    tallies_.push_back(MessageTally{message.iMessage, 1, iRecord, RenderMessage(message)});
+}
+
+std::string MaskingSession::EncodeFailure(const std::vector<hostkit::CellValue>& values) const {
+    const int16_t sType = settings_.instance.sDataType;
+    const std::wstring& text = values[iEncodeFailedRow_].text;
+    const std::string typeName = ColumnTypeName(sType);
+    if (IsNumericType(sType)) return "'" + hostkit::ToUtf8(text) + "' is not a decimal integer that fits " + typeName;
+    if (IsFixedWidthType(sType) && text.size() > static_cast<size_t>(settings_.instance.iLength))
+        return "the value has " + std::to_string(text.size()) + " characters, more than the column length " +
+               std::to_string(settings_.instance.iLength);
+    if (!IsWideType(sType) && std::any_of(text.begin(), text.end(), [](wchar_t c) { return c > 0xFF; }))
+        return "the value has characters that a single-byte " + typeName + " column cannot hold (ISO-8859-1)";
+    return "the value cannot be held by a " + typeName + " column";
+}
+
+int32_t MaskingSession::Finish() {
+    if (!instance_) return 0;
+    const int32_t iResult = hostkit::TerminateInstance(*instance_);
+    CollectMessages(0, 0);
+    return iResult;
+}
+
+}  // namespace nidmask
+

@@ -1,0 +1,126 @@
+// One provider instance driven over a stream of rowsets: Init, one Service
+// per batch, Terminate. It classifies every row from its cell status and
+// row flags, maps the provider's per-rowset row numbers to record numbers,
+// writes the report, and keeps the counts and message tallies for the
+// summary.
+//
+// How a row is classified:
+//   Masked    status 0 (masked, or generated with the random method)
+//   Null      status 4408: a NULL source (its result is NULL)
+//   Blank     status 4403: only blanks, passed through unchanged
+//   Empty     status 74 or 75: an empty value or a numeric zero, passed through
+//   Invalid   any other status with the row error flag clear: invalid data
+//             passed through because pass-invalid was asked for
+//   Rejected  the row error flag is set
+//   Unserved  not taken: Service stopped at the error limit
+// Only Rejected and Unserved rows make the run fail (exit status 1).
+#ifndef NIDMASK_MASKING_SESSION_H
+#define NIDMASK_MASKING_SESSION_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hostkit.h"
+#include "report.h"
+
+namespace nidmask {
+
+enum class RowKind : uint8_t { Masked, Null, Blank, Empty, Invalid, Rejected, Unserved };
+
+struct RowCounts {
+    uint64_t iRead = 0;
+    uint64_t iMasked = 0;
+    uint64_t iNull = 0;
+    uint64_t iBlank = 0;
+    uint64_t iEmpty = 0;
+    uint64_t iInvalid = 0;
+    uint64_t iRejected = 0;
+    uint64_t iUnserved = 0;
+    bool bStoppedAtLimit = false;  // the error limit ended the run before the end of the input
+    uint64_t PassedThrough() const { return iBlank + iEmpty + iInvalid; }
+    bool Failed() const { return iRejected > 0 || iUnserved > 0 || bStoppedAtLimit; }
+};
+
+// Messages of one number, for the summary.
+struct MessageTally {
+    uint32_t iMessage = 0;
+    uint64_t iCount = 0;
+    uint64_t iFirstRow = 0;  // record number of the first, 0 when bound to no row
+    std::string text;        // the first one, rendered
+};
+
+struct SessionSettings {
+    hostkit::InstanceOptions instance;  // switch, CtrlBlk method, flags, column, operands
+    uint16_t sServiceMethod = 0x1406;   // the method Service is called with
+    int iErrorLimit = 0;                // over the whole run; 0: none
+};
+
+enum class ServeResult {
+    Served,         // every row classified (some may be Unserved: stop after this batch)
+    EncodeFailed,   // a value cannot be held by the column: see EncodeFailure()
+    ServiceFailed   // Service returned a message number: see ServiceResult(), Messages()
+};
+
+class MaskingSession {
+public:
+    MaskingSession(const hostkit::EntryPoints& entryPoints, const SessionSettings& settings, ReportWriter* pReport);
+
+    // Init. 0, or its result; the captured messages are in Messages() and in the report.
+    int32_t Start();
+
+    // Serves one rowset; values[0] is record number iFirstRecord.
+    ServeResult Serve(const std::vector<hostkit::CellValue>& values, uint64_t iFirstRecord);
+
+    RowKind Kind(size_t iRow) const { return kinds_[iRow]; }
+    // The result of a Masked row, its column padding removed.
+    const std::wstring& Output(size_t iRow) const { return outputs_[iRow]; }
+
+    // After EncodeFailed: the row and why its value does not fit the column.
+    size_t EncodeFailedRow() const { return iEncodeFailedRow_; }
+    std::string EncodeFailure(const std::vector<hostkit::CellValue>& values) const;
+
+    // True once the error limit is reached: serve no more rows. Call
+    // NoteStopped() when input is left.
+    bool LimitReached() const {
+        return counts_.iUnserved > 0 ||
+               (settings_.iErrorLimit > 0 && iErrorsSoFar_ >= static_cast<uint64_t>(settings_.iErrorLimit));
+    }
+    void NoteStopped() { counts_.bStoppedAtLimit = true; }
+
+    int32_t ServiceResult() const { return iServiceResult_; }
+    // Messages captured by the last Start or Serve.
+    const std::vector<hostkit::Message>& Messages() const { return messages_; }
+
+    // Terminate: 0, -2 (rows failed), or a message number.
+    int32_t Finish();
+
+    const RowCounts& Counts() const { return counts_; }
+    const std::vector<MessageTally>& Tallies() const { return tallies_; }
+    const SessionSettings& Settings() const { return settings_; }
+
+private:
+    void CollectMessages(uint64_t iFirstRecord, size_t nRows);
+    void Tally(const hostkit::Message& message, uint64_t iRecord);
+
+    const hostkit::EntryPoints& entryPoints_;
+    SessionSettings settings_;
+    ReportWriter* pReport_;
+    std::unique_ptr<hostkit::Instance> instance_;
+    hostkit::Batch batch_;
+    std::vector<RowKind> kinds_;
+    std::vector<std::wstring> outputs_;
+    std::vector<hostkit::Message> messages_;
+    std::vector<std::pair<uint32_t, uint32_t>> messagesByRow_;  // (row in rowset, message index)
+    std::vector<const hostkit::Message*> rowMessages_;
+    size_t iEncodeFailedRow_ = 0;
+    int32_t iServiceResult_ = 0;
+    uint64_t iErrorsSoFar_ = 0;
+    RowCounts counts_;
+    std::vector<MessageTally> tallies_;
+};
+
+}  // namespace nidmask
+
+#endif

@@ -1,0 +1,81 @@
+// JSON Lines report.
+#include "report.h"
+
+#include <cstdio>
+
+#include "messages.h"
+
+namespace nidmask {
+
+void AppendJsonString(const std::string& text, std::string* pOut) {
+    std::string& out = *pOut;
+    out += '"';
+    for (const char c : text) {
+        switch (c) {
+            case '"': out += "\\\""; break;
+            case '\\': out += "\\\\"; break;
+            case '\n': out += "\\n"; break;
+            case '\r': out += "\\r"; break;
+            case '\t': out += "\\t"; break;
+            default:
+                if (static_cast<unsigned char>(c) < 0x20) {
+                    char escape[8];
+                    std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned>(c));
+                    out += escape;
+                } else {
+                    out += c;
+                }
+        }
+    }
+    out += '"';
+}
+
+bool ReportWriter::Open(const std::string& path, std::string* pError) {
+    bOpen_ = file_.Open(path, false, pError);
+    return bOpen_;
+}
+
+void ReportWriter::AppendMessages(const std::vector<const hostkit::Message*>& messages) {
+    std::string& out = file_.Buffer();
+    out += "\"messages\":[";
+    for (size_t i = 0; i < messages.size(); ++i) {
+        const hostkit::Message& message = *messages[i];
+        if (i > 0) out += ',';
+        out += "{\"id\":" + std::to_string(message.iMessage) + ",\"tokens\":{";
+        for (size_t k = 0; k < message.tokens.size(); ++k) {
+            if (k > 0) out += ',';
+            AppendJsonString(hostkit::TokenName(message.tokens[k].first), &out);
+            out += ':';
+            AppendJsonString(hostkit::ToUtf8(message.tokens[k].second), &out);
+        }
+        out += "},\"text\":";
+        AppendJsonString(RenderMessage(message), &out);
+        out += '}';
+    }
+    out += "]}\n";
+}
+
+void ReportWriter::WriteRow(uint64_t iRow, int32_t iStatus, bool bRejected,
+                            const std::vector<const hostkit::Message*>& messages) {
+    if (!bOpen_) return;
+    std::string& out = file_.Buffer();
+    out += "{\"row\":" + std::to_string(iRow) + ",\"status\":" + std::to_string(iStatus) +
+           ",\"rejected\":" + (bRejected ? "true," : "false,");
+    AppendMessages(messages);
+    file_.MaybeFlush();
+}
+
+void ReportWriter::WriteUnbound(const std::vector<const hostkit::Message*>& messages) {
+    if (!bOpen_ || messages.empty()) return;
+    file_.Buffer() += "{\"row\":0,";
+    AppendMessages(messages);
+    file_.MaybeFlush();
+}
+
+bool ReportWriter::Close(std::string* pError) {
+    if (!bOpen_) return true;
+    bOpen_ = false;
+    return file_.Commit(pError);
+}
+
+}  // namespace nidmask

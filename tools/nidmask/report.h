@@ -1,0 +1,42 @@
+// The --report file: JSON Lines, one object per row whose cell status is
+// non-zero or that was rejected, and one per group of messages bound to no
+// row:
+//   {"row":N,"status":S,"rejected":B,"messages":[{"id":4405,"tokens":{"SRCDATA":"..."},"text":"..."}]}
+//   {"row":0,"messages":[...]}
+#ifndef NIDMASK_REPORT_H
+#define NIDMASK_REPORT_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hostkit.h"
+#include "output_file.h"
+
+namespace nidmask {
+
+class ReportWriter {
+public:
+    // Writes to `path` (not atomically: a failed run keeps its report).
+    bool Open(const std::string& path, std::string* pError);
+    bool IsOpen() const { return bOpen_; }
+
+    void WriteRow(uint64_t iRow, int32_t iStatus, bool bRejected, const std::vector<const hostkit::Message*>& messages);
+    void WriteUnbound(const std::vector<const hostkit::Message*>& messages);
+
+    // Flushes and closes. False with a message.
+    bool Close(std::string* pError);
+
+private:
+    void AppendMessages(const std::vector<const hostkit::Message*>& messages);
+
+    OutputFile file_;
+    bool bOpen_ = false;
+};
+
+// Appends `text` (UTF-8) as a JSON string, quotes included.
+void AppendJsonString(const std::string& text, std::string* pOut);
+
+}  // namespace nidmask
+
+#endif
