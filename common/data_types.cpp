@@ -228,7 +228,9 @@ extern "C" int32_t GetSrcBufLen(FieldDef* pFldDef, int32_t iCode) {
             break;
         case 6: case 18:
             if (bMeasure) {
-                const auto sChars = static_cast<int16_t>(std::wcslen(static_cast<const wchar_t*>(pSrc)));
+                // Counted by hand: the host's buffer need not be aligned, and
+                // the C library's wcslen misreads an unaligned string.
+                const auto sChars = static_cast<int16_t>(CountBeforeTerminator(pSrc, 4, 0));
                 pFldDef->iSrcLen = sChars * 4 + 4;
             }
             break;
