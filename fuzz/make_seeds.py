@@ -6,8 +6,9 @@
 Each example file is named after its country (fr.txt, it.txt, ...). The
 provider seeds run its lines through the layouts a host uses (column types,
 methods, processing flags, in place or not); the converter seeds feed them to
-every converter. The input layouts are described in provider_scenario.h and
-converters_fuzz.cpp. Inputs found by fuzzing and kept as regressions are the
+every converter; the CSV seeds are their lines as a column and examples/*.csv,
+read in pieces. The input layouts are described in provider_scenario.h,
+converters_fuzz.cpp and csv_fuzz.cpp. Inputs found by fuzzing and kept as regressions are the
 other files of the corpus directories and are left alone.
 """
 import hashlib
@@ -124,6 +125,26 @@ def converter_seeds(lines):
     return seeds
 
 
+def csv_seed(text, pieces=(), header=True):
+    return bytes([(0x80 if header else 0) | len(pieces)] + [p & 0xFF for p in pieces]) + text
+
+
+def csv_seeds(lines, csv_files):
+    seeds = []
+    column = "nir\n" + "\n".join(lines) + "\n"
+    seeds.append(csv_seed(column.encode("utf-8"), (7, 1, 3)))
+    seeds.append(csv_seed(column.replace("\n", "\r\n").encode("utf-8").rstrip(b"\r\n"), (1, 2), header=False))
+    if not csv_files:
+        return seeds
+    for text in csv_files:
+        seeds.append(csv_seed(text, ()))
+        seeds.append(csv_seed(text, (1, 5, 13, 2)))
+    awkward = (b'\r\n\nid,"name, full",nir\r\n1,"Ann ""A"" B",269037511604241\r\n\r\n'
+               b'2,"line one\r\nline two",\n3,,""\n4, spaced ,x')
+    seeds += [csv_seed(awkward, (1,)), csv_seed(awkward, (4, 9)), csv_seed(b'a,"b\nc', ()), csv_seed(b'a"b,c\n', ())]
+    return seeds
+
+
 def write(target, seeds):
     directory = CORPUS / target
     directory.mkdir(parents=True, exist_ok=True)
@@ -135,7 +156,8 @@ def write(target, seeds):
 
 def main():
     present = countries_present()
-    provider, converters = [], []
+    provider, converters, csv = [], [], []
+    csv_files = [path.read_bytes() for path in sorted((ROOT / "examples").glob("*.csv"))]
     for path in sorted((ROOT / "examples").glob("*.txt")):
         cc = path.stem.upper()
         if cc not in COUNTRY_CODES or COUNTRY_CODES[cc] not in present:
@@ -143,9 +165,11 @@ def main():
         lines = [line.rstrip("\r\n") for line in path.read_text(encoding="utf-8").splitlines() if line.strip()]
         provider += provider_seeds(present.index(COUNTRY_CODES[cc]), cc, lines)
         converters += converter_seeds(lines)
+        csv += csv_seeds(lines, csv_files if not csv else [])
     write("fuzz_provider", provider)
     write("fuzz_converters", converters)
-    print(f"{len(provider)} provider seeds, {len(converters)} converter seeds")
+    write("fuzz_csv", csv)
+    print(f"{len(provider)} provider seeds, {len(converters)} converter seeds, {len(csv)} CSV seeds")
 
 
 if __name__ == "__main__":
