@@ -18,7 +18,7 @@ FUZZ_SECONDS ?= 600
 DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-dev libcli11-dev \
                 libcsv-dev nlohmann-json3-dev sqlite3 clang-14 libclang-rt-14-dev llvm-14
 
-FUZZ_TARGETS := fuzz_provider fuzz_converters
+FUZZ_TARGETS := fuzz_provider fuzz_converters fuzz_csv
 
 .PHONY: all deps build build-asan fuzz test test-release test-asan test-fuzz fuzz-long demo clean
 

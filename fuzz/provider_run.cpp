@@ -175,6 +175,12 @@ void ServeRows(RunState& run, size_t iBegin, size_t iEnd) {
         }
     }
     const uint32_t iEntriesBefore = instance.ctrl.pEAB->iEntryCount;
+    if (Verbose()) {
+        for (size_t r = 0; r < nRows; ++r)
+            std::fprintf(stderr, "  cell %zu: %s%s\"%s\", %d bytes given, %zu held\n", r + 1,
+                         batch.rows[r].bTaken ? "taken " : "", cells[r].bNull ? "NULL " : cells[r].bRaw ? "raw " : "",
+                         Narrow(cells[r].text).c_str(), SourceCell(batch, r).iSrcLen, before[r].src.size());
+    }
 
     hostkit::ProtectGuards(batch, true);
     const int32_t iService = hostkit::ServiceBatch(instance, batch, s.sServiceMethod);
