@@ -106,13 +106,6 @@ TEST_F(HeapTest, FailureInjectionHitsExactlyTheNthCall) {
     EXPECT_EQ(KNL_Heap_LiveHeaps(), iHeaps);
 }
 
-TEST_F(HeapTest, FailureInjectionCanBeTurnedOff) {
-    KNL_Heap_FailNthCall(1);
-    KNL_Heap_FailNthCall(0);
-    void* p = nullptr;
-    EXPECT_EQ(KNL_Heap_Acquire(token, 8, &p), 0);
-}
-
 // Every call counts, refused ones included, as failure injection counts them.
 TEST_F(HeapTest, CallCountCountsEveryCall) {
     const int64_t iBefore = KNL_Heap_CallCount();

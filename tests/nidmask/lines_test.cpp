@@ -1,6 +1,4 @@
 // Lines mode end to end: masking, row accounting, rejected rows, exit statuses.
-#include <regex>
-
 #include "nidmask_run.h"
 
 namespace nidmask_test {
@@ -8,24 +6,13 @@ namespace {
 
 using LinesTest = NidmaskTest;
 
-TEST_F(LinesTest, MasksEveryLayoutInOrderAndDeterministically) {
-    const std::vector<std::string> masked = Masked(kValidFr);
-    ASSERT_EQ(masked.size(), kValidFr.size());
-    const std::regex compact("[1278][0-9]{4}([0-9]{2}|2A|2B)[0-9]{8}");
-    for (size_t i = 0; i < masked.size(); ++i) {
-        EXPECT_NE(masked[i], kValidFr[i]);
-        EXPECT_EQ(masked[i].size(), kValidFr[i].size()) << masked[i];
-        // The separator before the key stays what it was.
-        std::string compactForm = masked[i];
-        if (compactForm.size() == 16) {
-            EXPECT_EQ(compactForm[13], kValidFr[i][13]);
-            compactForm.erase(13, 1);
-        }
-        EXPECT_TRUE(std::regex_match(compactForm, compact)) << masked[i];
-    }
-    EXPECT_EQ(Masked(kValidFr), masked);
-    // What was masked validates fully.
-    EXPECT_EQ(Run("--country FR --validate --quiet", JoinLines(masked)).iExit, 0);
+// In order, each in its own layout (the separator before the key is kept);
+// what was masked validates fully.
+TEST_F(LinesTest, MasksEveryLayoutInOrder) {
+    const std::vector<std::string> expected = {"167057511573840", "2830278007923-95", "1940975120846 75",
+                                               "883112A00625767", "888122B12103505"};
+    EXPECT_EQ(Masked(kValidFr), expected);
+    EXPECT_EQ(Run("--country FR --validate --quiet", JoinLines(expected)).iExit, 0);
 }
 
 TEST_F(LinesTest, LineEndsAndBatchesDoNotChangeTheResult) {

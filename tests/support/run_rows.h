@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "hostkit.h"
 #include "hostkit_linked.h"
 
@@ -55,12 +57,106 @@ inline std::wstring TokenText(const hostkit::Message& message, int32_t iTokenId)
     return L"";
 }
 
-// The messages with number iMessage.
-inline std::vector<hostkit::Message> MessagesNumbered(const std::vector<hostkit::Message>& messages, uint32_t iMessage) {
-    std::vector<hostkit::Message> found;
-    for (const auto& m : messages)
-        if (m.iMessage == iMessage) found.push_back(m);
-    return found;
+// The message numbers of a run, in the order captured.
+inline std::vector<uint32_t> MessageNumbers(const RunResult& result) {
+    std::vector<uint32_t> numbers;
+    for (const auto& m : result.messages) numbers.push_back(m.iMessage);
+    return numbers;
+}
+
+// One value in a call of its own: its status and, when given, its output.
+struct RowCase {
+    const wchar_t* pValue;
+    uint16_t sProcFlags;
+    int32_t iStatus;
+    const wchar_t* pOutput = nullptr;
+};
+
+// Every case under `options` with the case's processing flags: a non-zero
+// status rejects the row and captures one message.
+inline void ExpectRows(hostkit::InstanceOptions options, const std::vector<RowCase>& cases) {
+    for (const RowCase& c : cases) {
+        SCOPED_TRACE(hostkit::ToUtf8(c.pValue) + " flags " + std::to_string(c.sProcFlags));
+        options.sProcFlags = c.sProcFlags;
+        const RunResult result = RunRows(options, {std::wstring(c.pValue)});
+        ASSERT_EQ(result.iInit, 0);
+        EXPECT_EQ(result.rows[0].iStatus, c.iStatus);
+        EXPECT_EQ(result.rows[0].bRejected, c.iStatus != 0);
+        EXPECT_EQ(result.messages.size(), c.iStatus != 0 ? 1u : 0u);
+        if (c.pOutput != nullptr) {
+            EXPECT_EQ(result.rows[0].output, std::wstring(c.pOutput));
+        }
+    }
+}
+
+// The one message a value raises: its number and exact tokens (row 1).
+struct MessageCase {
+    const wchar_t* pValue;
+    uint16_t sProcFlags;
+    uint32_t iMessage;
+    std::vector<std::pair<int32_t, std::wstring>> tokens;
+};
+
+inline void ExpectMessages(hostkit::InstanceOptions options, const std::vector<MessageCase>& cases) {
+    for (const MessageCase& c : cases) {
+        SCOPED_TRACE(hostkit::ToUtf8(c.pValue));
+        options.sProcFlags = c.sProcFlags;
+        const RunResult result = RunRows(options, {std::wstring(c.pValue)});
+        ASSERT_EQ(result.messages.size(), 1u);
+        EXPECT_EQ(result.messages[0].iMessage, c.iMessage);
+        EXPECT_EQ(result.messages[0].iRow, 1u);
+        EXPECT_EQ(result.messages[0].sDeclaredTokens, c.tokens.size());
+        EXPECT_EQ(result.messages[0].tokens, c.tokens);
+    }
+}
+
+// One set-up (operands, column type, method) and the messages Init captures:
+// none when it succeeds, else ending with 4353; with, when given, the first
+// message's exact tokens.
+struct InitCase {
+    std::vector<std::pair<uint16_t, uint32_t>> operands;
+    int16_t sDataType;
+    std::vector<uint32_t> captured;
+    std::vector<std::pair<int32_t, std::wstring>> tokens = {};
+    uint16_t sMethod = QRNP_METHOD_MASK;
+};
+
+inline void ExpectInits(hostkit::InstanceOptions options, const std::vector<InitCase>& cases) {
+    for (const InitCase& c : cases) {
+        SCOPED_TRACE(::testing::Message() << "case " << (&c - cases.data()));
+        options.operands = c.operands;
+        options.sDataType = c.sDataType;
+        options.sMethod = c.sMethod;
+        auto instance = hostkit::MakeInstance(Linked(), options);
+        const int32_t iInit = hostkit::InitInstance(*instance);
+        const std::vector<hostkit::Message> messages = hostkit::ReadErrors(instance->ctrl.pEAB);
+        std::vector<uint32_t> captured;
+        for (const auto& m : messages) captured.push_back(m.iMessage);
+        EXPECT_EQ(iInit, c.captured.empty() ? 0 : QRNP_MSG_NO_COUNTRY_INITIALISED);
+        EXPECT_EQ(captured, c.captured);
+        if (!c.tokens.empty() && !messages.empty()) {
+            EXPECT_EQ(messages[0].tokens, c.tokens);
+        }
+        if (iInit == 0) hostkit::TerminateInstance(*instance);
+    }
+}
+
+// A country's invalid data: each value fails; with QRNP_PROC_PASS_INVALID
+// added to `options` it comes out unchanged and unrejected, without it the
+// row is rejected. (The destination mechanics are the common driver's,
+// tested with France; the exits are tested in tests/provider.)
+inline void ExpectPassedThroughOnlyWhenAsked(hostkit::InstanceOptions options,
+                                             const std::vector<std::wstring>& values) {
+    for (const std::wstring& value : values) {
+        SCOPED_TRACE(hostkit::ToUtf8(value));
+        hostkit::InstanceOptions passing = options;
+        passing.sProcFlags |= QRNP_PROC_PASS_INVALID;
+        const RunResult passed = RunRows(passing, {value});
+        EXPECT_NE(passed.rows[0].iStatus, 0);
+        EXPECT_FALSE(passed.rows[0].bRejected);
+        EXPECT_EQ(passed.rows[0].output, value);
+        EXPECT_TRUE(RunRows(options, {value}).rows[0].bRejected);
+    }
 }
 
 }  // namespace testsupport

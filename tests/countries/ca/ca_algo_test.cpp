@@ -23,7 +23,7 @@ int32_t Mask(int32_t iSin, uint64_t lFlags) {
 
 TEST(CanadaAlgoTest, LuhnAndValidation) {
     EXPECT_EQ(CalculateLuhn(L"123456789"), 7u);
-    EXPECT_EQ(CalculateLuhn(L"12345678:"), 8u) << "a non-digit is not skipped: ':' enters as 10";
+    EXPECT_EQ(CalculateLuhn(L"12345678;"), 9u) << "a non-digit is not skipped: ';' enters as 11";
     NidCtrlBlk nid{};
     CtrlBlk ctrl{};
     ctrl.pProviderPrivate = &nid;

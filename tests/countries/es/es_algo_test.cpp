@@ -59,20 +59,6 @@ TEST(EsMaskNIF, ShiftsEveryDigitAndKeepsTheFirstInPlace) {
     }
 }
 
-TEST(EsMaskNIF, LastDigitParityChangesEveryShiftedDigit) {
-    // Same digits but the last, odd then even: offsets 1 and 3 shift them to
-    // 6054928 and 8276141, different in every place.
-    auto sorted = [](std::wstring s) {
-        std::sort(s.begin(), s.end());
-        return s;
-    };
-    const std::wstring oddOut = Mask(L"5820461"), evenOut = Mask(L"5820462");
-    EXPECT_EQ(oddOut[0], L'6');
-    EXPECT_EQ(evenOut[0], L'8');
-    EXPECT_EQ(sorted(oddOut), L"0245689");
-    EXPECT_EQ(sorted(evenOut), L"1124678");
-}
-
 TEST(EsRandomNIF, RangesAndLeadingZeros) {
     struct Case {
         int16_t count;

@@ -28,24 +28,22 @@ bool LetterMatches(const std::wstring& digits, wchar_t letter) {
     return static_cast<wchar_t>(kLetters[std::stoull(digits) % 23]) == letter;
 }
 
-TEST(SpainDriverTest, LayoutsAndControlLetter) {
-    struct Case {
-        const wchar_t* pValue;
-        uint16_t sFlags;
-        int32_t iStatus;
-    };
-    const Case cases[] = {
-        {L"12345678Z", 0, 0},       // converted length 9, eight digits: the mark
-        {L"1234567L", 0, 0},        // length 8: a seven-digit NIF
-        {L"1234567-L", 0, 0},
-        {L"1234567 L", 0, 0},
+// 12345678 masks to 46488062 (letter W), 1234567 to 2044628 (letter C); the
+// source's form is kept.
+TEST(SpainDriverTest, LayoutsControlLetterAndMaskedForms) {
+    testsupport::ExpectRows(Spanish(), {
+        {L"12345678Z", 0, 0, L"46488062W"},    // converted length 9, eight digits: the mark
+        {L"1234567L", 0, 0, L"2044628C"},      // length 8: a seven-digit NIF
+        {L"1234567-L", 0, 0, L"2044628-C"},
+        {L"1234567 L", 0, 0, L"2044628 C"},
+        {L"X1234567L", 0, 0, L"X2044628C"},
+        {L"X-1234567-L", 0, 0, L"X-2044628-C"},
+        {L"X 1234567 L", 0, 0, L"X 2044628 C"},
+        {L"  X1234567L ", 0, 0, L"X2044628C"},
         {L"1234567/L", 0, 4406},
         {L"12345678Z ", 0, 4406},   // converted length 10: no mark, so a separator is needed at 7
         {L" 12345678Z", 0, 4406},
         {L"1234567LL", 0, 4406},
-        {L"X1234567L", 0, 0},
-        {L"X-1234567-L", 0, 0},
-        {L"X 1234567 L", 0, 0},
         {L"X-1234567 L", 0, 4406},  // mixed separators
         {L"X/1234567/L", 0, 4406},
         {L"Y-1234567-L", 0, 4406},  // only X is an NIE prefix
@@ -60,8 +58,8 @@ TEST(SpainDriverTest, LayoutsAndControlLetter) {
         {L"X-1234567-LL", 0, 4405},
         {L"ABCDEFGHIJ", 0, 4405},   // ten letters and digits
         {L"1-2-3-4-5-6", 0, 4405},  // six letters and digits
-        // The control letter is checked only under a full validation.
-        {L"12345678A", 0, 0},
+        // The control letter is checked only under a full validation, and never enters the mask.
+        {L"12345678A", 0, 0, L"46488062W"},
         {L"12345678A", 1, 4479},
         {L"12345678Z", 1, 0},
         {L"123456789", 0, 0},       // the mark: eight digits, then any character
@@ -74,32 +72,7 @@ TEST(SpainDriverTest, LayoutsAndControlLetter) {
         {L"X 1234567 A", 1, 4479},
         {L"X 1234567 L", 1, 0},
         {L"1234567l", 1, 4479},     // the letter is a capital
-    };
-    for (const Case& c : cases) {
-        const auto result = RunRows(Spanish(c.sFlags), {std::wstring(c.pValue)});
-        ASSERT_EQ(result.iInit, 0);
-        EXPECT_EQ(result.rows[0].iStatus, c.iStatus) << Narrow(c.pValue) << " flags " << c.sFlags;
-        EXPECT_EQ(result.rows[0].bRejected, c.iStatus != 0) << Narrow(c.pValue);
-        EXPECT_EQ(result.iService, c.iStatus != 0 ? -2 : 0) << Narrow(c.pValue);
-    }
-}
-
-TEST(SpainDriverTest, MaskedValuesKeepTheirForm) {
-    struct Case {
-        const wchar_t* pSource;
-        const wchar_t* pMasked;
-    };
-    // 12345678 masks to 46488062 (letter W), 1234567 to 2044628 (letter C).
-    const Case cases[] = {
-        {L"12345678Z", L"46488062W"},   {L"12345678A", L"46488062W"},  {L"1234567L", L"2044628C"},
-        {L"1234567-L", L"2044628-C"},   {L"1234567 L", L"2044628 C"},  {L"X1234567L", L"X2044628C"},
-        {L"X-1234567-L", L"X-2044628-C"}, {L"X 1234567 L", L"X 2044628 C"}, {L"  X1234567L ", L"X2044628C"},
-    };
-    for (const Case& c : cases) {
-        const auto result = RunRows(Spanish(), {std::wstring(c.pSource)});
-        ASSERT_EQ(result.rows[0].iStatus, 0) << Narrow(c.pSource);
-        EXPECT_EQ(result.rows[0].output, std::wstring(c.pMasked)) << Narrow(c.pSource);
-    }
+    });
 }
 
 TEST(SpainDriverTest, SeparatorOptions) {
@@ -117,119 +90,46 @@ TEST(SpainDriverTest, SeparatorOptions) {
     };
     for (const Case& c : cases) {
         const auto result = RunRows(Spanish(0, c.iOption), {std::wstring(c.pSource)});
-        ASSERT_EQ(result.rows[0].iStatus, 0) << c.iOption << " " << Narrow(c.pSource);
         EXPECT_EQ(result.rows[0].output, std::wstring(c.pMasked)) << c.iOption << " " << Narrow(c.pSource);
     }
+    testsupport::ExpectInits(Spanish(), {
+        {{{QRNP_OPR_ES_SEPARATOR, 3}}, VARCHAR, {4360, 4478, 4353},
+         {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
+        {{{QRNP_OPR_ES_SEPARATOR, 4}}, VARCHAR, {4360, 4478, 4353}},
+        {{{QRNP_OPR_ES_SEPARATOR, 0xFFFF}}, VARCHAR, {4360, 4478, 4353}},
+    });
 }
 
-TEST(SpainDriverTest, InvalidSeparatorOptionFailsInit) {
-    for (uint32_t iOption : {3u, 4u, 0xFFFFu}) {
-        const auto result = RunRows(Spanish(0, iOption), {L"12345678Z"});
-        EXPECT_EQ(result.iInit, 4353);
-        std::vector<uint32_t> captured;
-        for (const auto& m : result.messages) captured.push_back(m.iMessage);
-        EXPECT_EQ(captured, (std::vector<uint32_t>{4360, 4478, 4353})) << iOption;
-        ASSERT_FALSE(result.messages.empty());
-        EXPECT_EQ(testsupport::TokenText(result.messages[0], QRNP_TOKID_COUNTRY), L"Spain");
-    }
-}
-
-TEST(SpainDriverTest, MessagesCarryTheirTokens) {
-    struct Case {
-        const wchar_t* pValue;
-        uint16_t sFlags;
-        uint32_t iMessage;
-        uint16_t sTokens;
-        bool bLength, bCountry;
-    };
-    const Case cases[] = {
-        {L"1234567", 0, 4405, 3, true, true},
-        {L"X-1234567 L", 0, 4406, 2, false, true},
-        {L"12345678-Z", 0, 4407, 2, false, true},
-        {L"12345678A", 1, 4479, 1, false, false},
-    };
-    for (const Case& c : cases) {
-        const auto result = RunRows(Spanish(c.sFlags), {std::wstring(c.pValue)});
-        ASSERT_EQ(result.messages.size(), 1u) << Narrow(c.pValue);
-        const hostkit::Message& m = result.messages[0];
-        EXPECT_EQ(m.iMessage, c.iMessage);
-        EXPECT_EQ(m.iRow, 1u);
-        EXPECT_EQ(m.sDeclaredTokens, c.sTokens);
-        EXPECT_EQ(testsupport::TokenText(m, QRNP_TOKID_SRCDATA), c.pValue);
-        EXPECT_EQ(testsupport::TokenText(m, QRNP_TOKID_SRCLEN),
-                  c.bLength ? std::to_wstring(std::wstring(c.pValue).size()) : L"");
-        EXPECT_EQ(testsupport::TokenText(m, QRNP_TOKID_COUNTRY), c.bCountry ? L"Spain" : L"");
-    }
-}
-
-TEST(SpainDriverTest, InvalidDataPassesThroughOnlyWhenAsked) {
-    for (const wchar_t* pValue : {L"12345678A", L"X-1234567 L", L"12345678-Z", L"1234567"}) {
-        for (bool bSeparate : {true, false}) {
-            InstanceOptions options = Spanish(QRNP_PROC_VALIDATE_FULLY | QRNP_PROC_PASS_INVALID);
-            options.bSeparateDestination = bSeparate;
-            const auto passed = RunRows(options, {std::wstring(pValue)});
-            EXPECT_NE(passed.rows[0].iStatus, 0);
-            EXPECT_FALSE(passed.rows[0].bRejected) << Narrow(pValue);
-            EXPECT_EQ(passed.rows[0].output, std::wstring(pValue));
-            EXPECT_EQ(passed.iService, -2);
-            EXPECT_EQ(passed.iTerminate, 0);
-
-            options.sProcFlags = QRNP_PROC_VALIDATE_FULLY;
-            const auto rejected = RunRows(options, {std::wstring(pValue)});
-            EXPECT_TRUE(rejected.rows[0].bRejected) << Narrow(pValue);
-            EXPECT_EQ(rejected.iTerminate, -2);
-            if (bSeparate) {
-                EXPECT_EQ(rejected.rows[0].output, L"") << "the destination is left as it was";
-            }
-        }
-    }
-}
-
-TEST(SpainDriverTest, EmptyAndBlankValues) {
-    const auto result = RunRows(Spanish(), {L"", L"         ", std::nullopt});
-    EXPECT_EQ(result.rows[0].iStatus, 74);
-    EXPECT_EQ(result.rows[1].iStatus, 4403);
-    EXPECT_EQ(result.rows[1].output, L"         ");
-    EXPECT_EQ(result.rows[2].iStatus, 4408);
-    for (const auto& row : result.rows) EXPECT_FALSE(row.bRejected);
+TEST(SpainDriverTest, MessagesAndPassThrough) {
+    testsupport::ExpectMessages(Spanish(), {
+        {L"1234567", 0, 4405,
+         {{QRNP_TOKID_SRCDATA, L"1234567"}, {QRNP_TOKID_SRCLEN, L"7"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
+        {L"X-1234567 L", 0, 4406, {{QRNP_TOKID_SRCDATA, L"X-1234567 L"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
+        {L"12345678-Z", 0, 4407, {{QRNP_TOKID_SRCDATA, L"12345678-Z"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
+        {L"12345678A", 1, 4479, {{QRNP_TOKID_SRCDATA, L"12345678A"}}},
+    });
+    testsupport::ExpectPassedThroughOnlyWhenAsked(Spanish(QRNP_PROC_VALIDATE_FULLY),
+                                                  {L"12345678A", L"X-1234567 L", L"12345678-Z", L"1234567"});
 }
 
 // The mark comes from the converted length, before trimming: a fixed-width
 // column wider than nine characters hands over its padding too.
-TEST(SpainDriverTest, EveryCharacterTypeInPlaceOrNot) {
-    struct Case {
-        const wchar_t* pSource;
-        int32_t iWidth;
-        int32_t iStatus;
-        const wchar_t* pMasked;
-    };
-    const Case cases[] = {
-        {L"X-1234567-L", 11, 0, L"X-2044628-C"},
-        {L"X-1234567-L", 16, 0, L"X-2044628-C"},
-        {L"12345678Z", 9, 0, L"46488062W"},
-        {L"12345678Z", 12, 4406, nullptr},   // padded to 12: for CHAR and WCHAR there is no mark
-    };
-    for (const Case& c : cases) {
-        for (int16_t sType : {CHAR, VARCHAR, VARCHAR_SZ, WCHAR, WVARCHAR, WVARCHAR_SZ}) {
-            for (bool bSeparate : {true, false}) {
-                InstanceOptions options = Spanish();
-                options.sDataType = sType;
-                options.iLength = c.iWidth;
-                options.bSeparateDestination = bSeparate;
-                const auto result = RunRows(options, {std::wstring(c.pSource)});
-                const bool bFixed = sType == CHAR || sType == WCHAR;
-                SCOPED_TRACE(Narrow(c.pSource) + " type " + std::to_string(sType) + " width " +
-                             std::to_string(c.iWidth));
-                EXPECT_TRUE(result.bGuardsIntact);
-                if (c.iStatus != 0 && bFixed) {
-                    EXPECT_EQ(result.rows[0].iStatus, c.iStatus);
-                    continue;
-                }
-                ASSERT_EQ(result.rows[0].iStatus, 0);
-                std::wstring expected = c.pMasked != nullptr ? c.pMasked : L"46488062W";
-                if (bFixed) expected.resize(static_cast<size_t>(c.iWidth), L' ');
-                EXPECT_EQ(result.rows[0].output, expected);
+TEST(SpainDriverTest, FixedWidthPaddingHidesTheMark) {
+    for (int16_t sType : {CHAR, VARCHAR, VARCHAR_SZ, WCHAR, WVARCHAR, WVARCHAR_SZ}) {
+        const bool bFixed = sType == CHAR || sType == WCHAR;
+        for (int32_t iWidth : {9, 12}) {
+            InstanceOptions options = Spanish();
+            options.sDataType = sType;
+            options.iLength = iWidth;
+            const auto result = RunRows(options, {L"12345678Z"});
+            SCOPED_TRACE("type " + std::to_string(sType) + " width " + std::to_string(iWidth));
+            if (bFixed && iWidth == 12) {
+                EXPECT_EQ(result.rows[0].iStatus, 4406);
+                continue;
             }
+            std::wstring expected = L"46488062W";
+            if (bFixed) expected.resize(static_cast<size_t>(iWidth), L' ');
+            EXPECT_EQ(result.rows[0].output, expected);
         }
     }
 }

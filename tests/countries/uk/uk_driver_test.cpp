@@ -7,7 +7,6 @@
 namespace {
 
 using hostkit::InstanceOptions;
-using testsupport::MessagesNumbered;
 using testsupport::RunRows;
 using testsupport::TokenText;
 
@@ -19,196 +18,111 @@ InstanceOptions British(std::vector<std::pair<uint16_t, uint32_t>> operands = {}
     return options;
 }
 
-std::vector<uint32_t> Captured(const testsupport::RunResult& result) {
-    std::vector<uint32_t> numbers;
-    for (const auto& m : result.messages) numbers.push_back(m.iMessage);
-    return numbers;
-}
-
-struct RowCase {
-    const wchar_t* pValue;
-    int32_t iStatus;
-    const wchar_t* pOutput;  // with status 0
-};
-
-void ExpectRows(const InstanceOptions& options, const std::vector<RowCase>& cases) {
-    for (const RowCase& c : cases) {
-        const auto result = RunRows(options, {std::wstring(c.pValue)});
-        ASSERT_EQ(result.iInit, 0);
-        const std::string value = hostkit::ToUtf8(c.pValue);
-        EXPECT_EQ(result.rows[0].iStatus, c.iStatus) << value;
-        EXPECT_EQ(result.rows[0].bRejected, c.iStatus != 0) << value;
-        if (c.iStatus == 0) {
-            EXPECT_EQ(result.rows[0].output, std::wstring(c.pOutput)) << value;
-        }
-    }
-}
-
 // Separator code 2 (the default): every form is read and written back as it came.
-TEST(UkDriverTest, FormsAreRecognisedAndKept) {
-    ExpectRows(British(), {
-        {L"AB123456", 0, L"AB897952"},
-        {L"AB123456C", 0, L"AB897952C"},
-        {L"  AB123456C  ", 0, L"AB897952C"},
-        {L"ab123456a", 0, L"ab897952a"},         // lower case passes and is kept
-        {L"AB-123456", 0, L"AB-897952"},         // 9 with a separator at 2: 3-part, no suffix
-        {L"AB.123456", 0, L"AB.897952"},
-        {L"AB 123456", 0, L"AB 897952"},
-        {L"AB-123456-C", 0, L"AB-897952-C"},     // 11, separators at 2 and 9
-        {L"AB 123456 d", 0, L"AB 897952 d"},
-        {L"AB-12-34-56", 0, L"AB-89-79-52"},     // 11, separators at 2, 5 and 8
-        {L"AB.12.34.56.C", 0, L"AB.89.79.52.C"},
-        {L"AB 12 34 56 C", 0, L"AB 89 79 52 C"},
+TEST(UkDriverTest, FormsAndChecks) {
+    testsupport::ExpectRows(British(), {
+        {L"AB123456", 0, 0, L"AB897952"},
+        {L"AB123456C", 0, 0, L"AB897952C"},
+        {L"  AB123456C  ", 0, 0, L"AB897952C"},
+        {L"ab123456a", 0, 0, L"ab897952a"},         // lower case passes and is kept
+        {L"AB-123456", 0, 0, L"AB-897952"},         // 9 with a separator at 2: 3-part, no suffix
+        {L"AB.123456", 0, 0, L"AB.897952"},
+        {L"AB 123456", 0, 0, L"AB 897952"},
+        {L"AB-123456-C", 0, 0, L"AB-897952-C"},     // 11, separators at 2 and 9
+        {L"AB 123456 d", 0, 0, L"AB 897952 d"},
+        {L"AB-12-34-56", 0, 0, L"AB-89-79-52"},     // 11, separators at 2, 5 and 8
+        {L"AB.12.34.56.C", 0, 0, L"AB.89.79.52.C"},
+        {L"AB 12 34 56 C", 0, 0, L"AB 89 79 52 C"},
+        {L"AB12345", 0, 4405},
+        {L"AB123456CD", 0, 4405},                   // 10 characters
+        {L"AB-1234567", 0, 4405},
+        {L"AB-12-34-56-", 0, 4405},                 // 12 characters
+        {L"AB--12-34-56-C", 0, 4405},               // 14 characters
+        {L"AB--123456", 0, 4405},
+        {L"AB-1-2-3-4-5-6", 0, 4405},               // 8 letters and digits, but 14 characters
+        {L"AB-12-34-5-6C", 0, 4406},                // 13 characters, but no separator at 11
+        {L"AB 12-34-56-C", 0, 4406},                // mixed separators
+        {L"AB-12-34-56 C", 0, 4406},
+        {L"AB-123456.C", 0, 4406},
+        {L"AB/123456/C", 0, 4406},                  // "/" is no separator
+        {L"AB-1234-56C", 0, 4406},                  // 11 with separators at 2 and 7 only
+        {L"AB/123456", 0, 4531},                    // 9 without a separator at 2: compact with suffix
+        {L"DA123456C", 0, 4530},
+        {L"QQ-123456", 0, 4530},
+        {L"A1234567C", 0, 4530},
+        {L"AB12345XC", 0, 4531},
+        {L"AB-12-3X-56", 0, 4531},
+        {L"AB1234567", 0, 4532},
+        {L"AB123456E", 0, 4532},
+        {L"AB-123456-e", 0, 4532},
     });
 }
 
-TEST(UkDriverTest, LengthSeparatorAndFieldChecks) {
-    ExpectRows(British(), {
-        {L"AB12345", 4405, nullptr},
-        {L"AB123456CD", 4405, nullptr},          // 10 characters
-        {L"AB-1234567", 4405, nullptr},
-        {L"AB-12-34-56-", 4405, nullptr},        // 12 characters
-        {L"AB--12-34-56-C", 4405, nullptr},      // 14 characters
-        {L"AB--123456", 4405, nullptr},
-        {L"AB-1-2-3-4-5-6", 4405, nullptr},      // 8 letters and digits, but 14 characters
-        {L"AB-12-34-5-6C", 4406, nullptr},       // 13 characters, but no separator at 11
-        {L"AB 12-34-56-C", 4406, nullptr},       // mixed separators
-        {L"AB-12-34-56 C", 4406, nullptr},
-        {L"AB-123456.C", 4406, nullptr},
-        {L"AB/123456/C", 4406, nullptr},         // "/" is no separator
-        {L"AB-1234-56C", 4406, nullptr},         // 11 with separators at 2 and 7 only
-        {L"AB/123456", 4531, nullptr},           // 9 without a separator at 2: compact with suffix
-        {L"DA123456C", 4530, nullptr},
-        {L"QQ-123456", 4530, nullptr},
-        {L"A1234567C", 4530, nullptr},
-        {L"AB12345XC", 4531, nullptr},
-        {L"AB-12-3X-56", 4531, nullptr},
-        {L"AB1234567", 4532, nullptr},
-        {L"AB123456E", 4532, nullptr},
-        {L"AB-123456-e", 4532, nullptr},
+TEST(UkDriverTest, MessagesAndPassThrough) {
+    testsupport::ExpectMessages(British(), {
+        {L"AB12345", 0, 4405, {{QRNP_TOKID_SRCDATA, L"AB12345"}, {QRNP_TOKID_SRCLEN, L"7"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        {L"AB 12-34-56-C", 0, 4406, {{QRNP_TOKID_SRCDATA, L"AB 12-34-56-C"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        // The field checks carry the compact value alone.
+        {L"DA-123456-C", 0, 4530, {{QRNP_TOKID_SRCDATA, L"DA123456C"}}},
+        {L"AB-12-3X-56-C", 0, 4531, {{QRNP_TOKID_SRCDATA, L"AB123X56C"}}},
+        {L"AB 123456 E", 0, 4532, {{QRNP_TOKID_SRCDATA, L"AB123456E"}}},
     });
+    testsupport::ExpectPassedThroughOnlyWhenAsked(
+        British(), {L"AB123456E", L"DA123456", L"AB-12-3X-56", L"AB 12-34-56-C", L"AB12345"});
 }
 
-TEST(UkDriverTest, MessagesCarryTheirTokens) {
-    auto result = RunRows(British(), {L"AB12345"});
-    ASSERT_EQ(result.messages.size(), 1u);
-    EXPECT_EQ(result.messages[0].iMessage, 4405u);
-    EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_SRCDATA), L"AB12345");
-    EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_SRCLEN), L"7");
-    EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_COUNTRY), L"UK");
-
-    result = RunRows(British(), {L"AB 12-34-56-C"});
-    ASSERT_EQ(result.messages.size(), 1u);
-    EXPECT_EQ(result.messages[0].sDeclaredTokens, 2);
-    EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_COUNTRY), L"UK");
-
-    for (const wchar_t* pValue : {L"DA-123456-C", L"AB12345XC", L"AB123456E"}) {
-        result = RunRows(British(), {std::wstring(pValue)});
-        ASSERT_EQ(result.messages.size(), 1u);
-        EXPECT_EQ(result.messages[0].sDeclaredTokens, 1);
-        EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_SRCDATA).size(), 9u) << "the compact value";
-    }
-}
-
-TEST(UkDriverTest, InvalidDataPassesThroughOnlyWhenAsked) {
-    for (const wchar_t* pValue : {L"AB123456E", L"DA123456", L"AB-12-3X-56", L"AB 12-34-56-C", L"AB12345"}) {
-        const auto passed = RunRows(British({}, 2), {std::wstring(pValue)});
-        EXPECT_NE(passed.rows[0].iStatus, 0);
-        EXPECT_FALSE(passed.rows[0].bRejected);
-        EXPECT_EQ(passed.rows[0].output, std::wstring(pValue));
-        EXPECT_EQ(passed.iTerminate, 0);
-
-        const auto rejected = RunRows(British(), {std::wstring(pValue)});
-        EXPECT_TRUE(rejected.rows[0].bRejected);
-        EXPECT_EQ(rejected.iTerminate, -2);
-    }
-}
-
-TEST(UkDriverTest, ConfiguredFormsOverrideTheSource) {
+// Separator code 1 writes the compact form, 4, 8 and 16 the 3-part form unless
+// the form flags ask for 5 parts; data option bit 1 masks the prefix too.
+TEST(UkDriverTest, ConfiguredFormsAndPrefix) {
     struct Case {
         uint32_t iSeparator;
-        int32_t iFormFlags;  // -1: no 0x180D operand
+        int32_t iFormFlags;  // -1: no form operand
+        uint32_t iData;
         const wchar_t* pSource;
         const wchar_t* pOutput;
     };
     const Case cases[] = {
-        {1, -1, L"AB-12-34-56-C", L"AB897952C"},
-        {1, 2, L"AB 123456", L"AB897952"},
-        {8, -1, L"AB.12.34.56.C", L"AB-897952-C"},   // no form flags: 3-part
-        {8, -1, L"AB123456", L"AB-897952"},
-        {16, 2, L"AB123456C", L"AB 89 79 52 C"},
-        {16, 2, L"AB-123456", L"AB 89 79 52"},
-        {4, 1, L"AB-12-34-56", L"AB.897952"},
-        {4, 3, L"AB123456C", L"AB.89.79.52.C"},      // both form bits: the 5-part bit decides
-        {2, 4, L"AB.12.34.56", L"AB.89.79.52"},      // code 2 needs no form bit
+        {1, -1, 0, L"AB-12-34-56-C", L"AB897952C"},
+        {1, 2, 0, L"AB 123456", L"AB897952"},
+        {8, -1, 0, L"AB.12.34.56.C", L"AB-897952-C"},   // no form flags: 3-part
+        {8, -1, 0, L"AB123456", L"AB-897952"},
+        {16, 2, 0, L"AB123456C", L"AB 89 79 52 C"},
+        {16, 2, 0, L"AB-123456", L"AB 89 79 52"},
+        {4, 1, 0, L"AB-12-34-56", L"AB.897952"},
+        {4, 3, 0, L"AB123456C", L"AB.89.79.52.C"},      // both form bits: the 5-part bit decides
+        {2, 4, 0, L"AB.12.34.56", L"AB.89.79.52"},      // code 2 needs no form bit
+        {2, -1, 1, L"ab123456d", L"SW897952d"},
+        {2, -1, 1, L"AB-12-34-56", L"SW-89-79-52"},
     };
     for (const Case& c : cases) {
-        std::vector<std::pair<uint16_t, uint32_t>> operands = {{QRNP_OPR_UK_SEPARATOR, c.iSeparator}};
+        std::vector<std::pair<uint16_t, uint32_t>> operands = {{QRNP_OPR_UK_SEPARATOR, c.iSeparator},
+                                                               {QRNP_OPR_UK_DATA, c.iData}};
         if (c.iFormFlags >= 0) operands.push_back({QRNP_OPR_UK_FORM, static_cast<uint32_t>(c.iFormFlags)});
         const auto result = RunRows(British(operands), {std::wstring(c.pSource)});
         ASSERT_EQ(result.iInit, 0) << c.iSeparator << " " << c.iFormFlags;
-        EXPECT_EQ(result.rows[0].iStatus, 0);
         EXPECT_EQ(result.rows[0].output, std::wstring(c.pOutput)) << c.iSeparator << " " << c.iFormFlags;
     }
 }
 
-TEST(UkDriverTest, PrefixIsMaskedOnlyWithDataOptionBit1) {
-    ExpectRows(British({{QRNP_OPR_UK_DATA, 1}}), {
-        {L"ab123456d", 0, L"SW897952d"},
-        {L"AB-12-34-56", 0, L"SW-89-79-52"},
-    });
-    ExpectRows(British({{QRNP_OPR_UK_DATA, 0}}), {{L"ab123456d", 0, L"ab897952d"}});
-}
-
-TEST(UkDriverTest, InvalidOptionsFailInit) {
-    struct Case {
-        uint16_t sMethod;
-        std::vector<std::pair<uint16_t, uint32_t>> operands;
-        std::vector<uint32_t> captured;
-    };
-    const Case cases[] = {
-        {QRNP_METHOD_MASK, {{QRNP_OPR_UK_SEPARATOR, 32}}, {4360, 4528, 4353}},
-        {QRNP_METHOD_MASK, {{QRNP_OPR_UK_SEPARATOR, 0xFFFF}}, {4360, 4528, 4353}},
-        {QRNP_METHOD_MASK, {{QRNP_OPR_UK_DATA, 2}}, {4362, 4528, 4353}},
-        {QRNP_METHOD_MASK, {{QRNP_OPR_UK_SEPARATOR, 8}, {QRNP_OPR_UK_FORM, 4}}, {4529, 4528, 4353}},
-        {QRNP_METHOD_MASK, {{QRNP_OPR_UK_FORM, 8}}, {4534, 4528, 4353}},
-        {QRNP_METHOD_RANDOM, {{QRNP_OPR_UK_FORM, 5}}, {4534, 4528, 4353}},
+TEST(UkDriverTest, SetUpOptions) {
+    constexpr uint16_t kRandom = QRNP_METHOD_RANDOM;
+    testsupport::ExpectInits(British(), {
+        {{{QRNP_OPR_UK_SEPARATOR, 32}}, VARCHAR, {4360, 4528, 4353}, {{QRNP_TOKID_SEP, L"32"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        {{{QRNP_OPR_UK_SEPARATOR, 0xFFFF}}, VARCHAR, {4360, 4528, 4353}},
+        {{{QRNP_OPR_UK_DATA, 2}}, VARCHAR, {4362, 4528, 4353}},
+        {{{QRNP_OPR_UK_SEPARATOR, 16}, {QRNP_OPR_UK_FORM, 4}}, VARCHAR, {4529, 4528, 4353},
+         {{QRNP_TOKID_FLAG, L"QRNP_FLAG_UK_FORM_3_PART"}, {QRNP_TOKID_FLAG, L"QRNP_FLAG_UK_FORM_5_PART"}}},
+        {{{QRNP_OPR_UK_FORM, 8}}, VARCHAR, {4534, 4528, 4353}},
+        {{{QRNP_OPR_UK_FORM, 5}}, VARCHAR, {4534, 4528, 4353}, {}, kRandom},
         // The mismatch is found before the column and the other options.
-        {QRNP_METHOD_RANDOM, {{QRNP_OPR_UK_FORM, 4}, {QRNP_OPR_UK_SEPARATOR, 32}}, {4534, 4528, 4353}},
-    };
-    for (const Case& c : cases) {
-        InstanceOptions options = British(c.operands);
-        options.sMethod = c.sMethod;
-        const auto result = RunRows(options, {L"AB123456C"});
-        EXPECT_EQ(result.iInit, 4353);
-        EXPECT_EQ(Captured(result), c.captured);
-    }
-
-    auto result = RunRows(British({{QRNP_OPR_UK_SEPARATOR, 32}}), {});
-    ASSERT_FALSE(result.messages.empty());
-    EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_SEP), L"32");
-    EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_COUNTRY), L"UK");
-
-    result = RunRows(British({{QRNP_OPR_UK_SEPARATOR, 16}, {QRNP_OPR_UK_FORM, 4}}), {});
-    ASSERT_FALSE(result.messages.empty());
-    ASSERT_EQ(result.messages[0].sDeclaredTokens, 2);
-    EXPECT_EQ(result.messages[0].tokens[0].second, L"QRNP_FLAG_UK_FORM_3_PART");
-    EXPECT_EQ(result.messages[0].tokens[1].second, L"QRNP_FLAG_UK_FORM_5_PART");
-
-    InstanceOptions numeric = British();
-    numeric.sDataType = INTEGER;
-    result = RunRows(numeric, {});
-    EXPECT_EQ(Captured(result), (std::vector<uint32_t>{4354, 4528, 4353}));
-    EXPECT_EQ(TokenText(result.messages[0], QRNP_TOKID_COUNTRY), L"UK");
-
-    // Both permissions, or a method given by the flags themselves, are fine.
-    for (uint16_t sMethod : {QRNP_METHOD_MASK, QRNP_METHOD_RANDOM}) {
-        InstanceOptions options = British({{QRNP_OPR_UK_FORM, 12}});
-        options.sMethod = sMethod;
-        EXPECT_EQ(RunRows(options, {}).iInit, 0);
-        options.operands = {{QRNP_OPR_UK_FORM, 0}};
-        EXPECT_EQ(RunRows(options, {}).iInit, 0);
-    }
+        {{{QRNP_OPR_UK_FORM, 4}, {QRNP_OPR_UK_SEPARATOR, 32}}, INTEGER, {4534, 4528, 4353}, {}, kRandom},
+        {{}, INTEGER, {4354, 4528, 4353}, {{QRNP_TOKID_SRC_DATATYPE, L"9"}, {QRNP_TOKID_COLNAME, L"NID"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        // Both permissions, or a method given by the flags themselves, are fine.
+        {{{QRNP_OPR_UK_FORM, 12}}, VARCHAR, {}},
+        {{{QRNP_OPR_UK_FORM, 12}}, VARCHAR, {}, {}, kRandom},
+        {{{QRNP_OPR_UK_FORM, 0}}, VARCHAR, {}},
+        {{{QRNP_OPR_UK_FORM, 0}}, VARCHAR, {}, {}, kRandom},
+    });
 }
 
 TEST(UkDriverTest, RandomValuesTakeTheConfiguredForm) {
