@@ -1,16 +1,27 @@
 # Entry points: `make demo` builds and masks the bundled examples; `make test`
-# builds and runs every test; `make bench` measures the provider (bench/).
-# They install missing Debian packages first (when run as root) and download
-# nothing else.
+# builds and runs every test: the suite in the normal build (build/) and again
+# with AddressSanitizer and UndefinedBehaviorSanitizer (build-asan/), then the
+# fuzz targets (build-fuzz/): their corpora replayed and a bounded run of each.
+# `make fuzz-long FUZZ_SECONDS=3600` fuzzes each target for as long as asked;
+# `make bench` measures the provider (bench/).
+# All of them install missing Debian packages first (when run as root) and
+# download nothing else.
 
-BUILD   ?= build
-JOBS    ?= $(shell nproc 2>/dev/null || echo 2)
+BUILD      ?= build
+ASAN_BUILD ?= build-asan
+FUZZ_BUILD ?= build-fuzz
+JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
+# Seconds each fuzz target runs in `make test`, and in `make fuzz-long`.
+FUZZ_TEST_SECONDS ?= 30
+FUZZ_SECONDS ?= 600
 
 DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-dev libcli11-dev \
-                libcsv-dev nlohmann-json3-dev sqlite3 libbenchmark-dev
+                libcsv-dev nlohmann-json3-dev sqlite3 clang-14 libclang-rt-14-dev llvm-14 libbenchmark-dev
 
-.PHONY: all deps build test demo bench bench-e2e clean
+FUZZ_TARGETS := fuzz_provider fuzz_converters fuzz_csv
+
+.PHONY: all deps build build-asan fuzz test test-release test-asan test-fuzz fuzz-long demo bench bench-e2e clean
 
 all: build
 
@@ -20,11 +31,39 @@ deps:
 $(BUILD)/CMakeCache.txt: | deps
 	cmake -S . -B $(BUILD) $(CMAKE_FLAGS)
 
+$(ASAN_BUILD)/CMakeCache.txt: | deps
+	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DQRNP_SANITIZE=ON $(CMAKE_FLAGS)
+
+$(FUZZ_BUILD)/CMakeCache.txt: | deps
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
+	  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQRNP_FUZZ=ON -DQRNP_BUILD_TESTS=OFF $(CMAKE_FLAGS)
+
 build: deps $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j $(JOBS)
 
-test: build
+build-asan: deps $(ASAN_BUILD)/CMakeCache.txt
+	cmake --build $(ASAN_BUILD) -j $(JOBS)
+
+fuzz: deps $(FUZZ_BUILD)/CMakeCache.txt
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target $(FUZZ_TARGETS)
+
+test: test-release test-asan test-fuzz
+
+test-release: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+test-asan: build-asan
+	cd $(ASAN_BUILD) && ctest --output-on-failure -j $(JOBS)
+
+test-fuzz: fuzz
+	cd $(FUZZ_BUILD) && QRNP_FUZZ_SECONDS=$(FUZZ_TEST_SECONDS) ctest --output-on-failure -j $(JOBS)
+
+fuzz-long: fuzz
+	@for t in $(FUZZ_TARGETS); do \
+	  echo "== $$t: $(FUZZ_SECONDS) s"; \
+	  QRNP_FUZZ_SECONDS=$(FUZZ_SECONDS) fuzz/run_fuzz.sh $(FUZZ_BUILD)/bin/$$t fuzz/corpus/$$t \
+	    $(FUZZ_BUILD)/fuzz/corpus/$$t || exit 1; \
+	done
 
 # The demo needs only nidmask and the provider it loads.
 demo: deps $(BUILD)/CMakeCache.txt
@@ -57,4 +96,4 @@ bench-e2e: deps
 	bash bench/e2e.sh $(BENCH_BUILD)
 
 clean:
-	rm -rf $(BUILD) $(BENCH_BUILD) $(BENCH_NOTRACE_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(BENCH_BUILD) $(BENCH_NOTRACE_BUILD)

@@ -76,6 +76,19 @@ int16_t ReadPrefix(const void* pSrc) {
     return sPrefix;
 }
 
+// Characters of `iUnit` bytes (1 or 4, possibly unaligned) before the first
+// zero one; at most iMax of them when iMax is above 0, else up to the zero.
+int32_t CountBeforeTerminator(const void* pSrc, size_t iUnit, int32_t iMax) {
+    const auto* p = static_cast<const unsigned char*>(pSrc);
+    int32_t n = 0;
+    for (; iMax <= 0 || n < iMax; ++n) {
+        uint32_t c = 0;
+        std::memcpy(&c, p + static_cast<size_t>(n) * iUnit, iUnit);
+        if (c == 0) break;
+    }
+    return n;
+}
+
 // Status codes of QRNP_IsZeroOrZeroLength.
 constexpr int32_t kZeroLengthChar = 74;     // 'J'
 constexpr int32_t kZeroLengthNumeric = 75;  // 'K'
@@ -169,14 +182,21 @@ extern "C" int32_t QRNPGetSourceDataLen(const FieldDef* pFldDef, const ColumnDef
     int32_t iLength = -1;
     if (pFldDef != nullptr && pFldDef->bNullInd != 1 && pFldDef->pSrc != nullptr && pColumnDef != nullptr) {
         const void* pSrc = pFldDef->pSrc;
+        // A source length above 0 bounds what may be read, as it does for the
+        // converters: a terminator or prefix beyond it is not the value's.
+        const int32_t iSrcLen = pFldDef->iSrcLen;
+        const bool bBounded = iSrcLen > 0;
         switch (pColumnDef->sDataType) {
             case 1: case 25: iLength = pFldDef->iSrcLen; break;
-            case 2: case 26: iLength = ReadPrefix(pSrc); break;
-            case 3: case 17: iLength = static_cast<int32_t>(std::strlen(static_cast<const char*>(pSrc))); break;
+            case 2: case 26: iLength = bBounded && iSrcLen < 2 ? 0 : ReadPrefix(pSrc); break;
+            case 3: case 17: iLength = CountBeforeTerminator(pSrc, 1, bBounded ? iSrcLen : 0); break;
             case 4: case 27: iLength = pFldDef->iSrcLen / 4; break;
             // The prefix counts bytes, four per character; the division is on 16-bit signed values.
-            case 5: case 28: iLength = static_cast<int16_t>(ReadPrefix(pSrc) / 4); break;
-            case 6: case 18: iLength = static_cast<int32_t>(std::wcslen(static_cast<const wchar_t*>(pSrc))); break;
+            case 5: case 28: iLength = bBounded && iSrcLen < 2 ? 0 : static_cast<int16_t>(ReadPrefix(pSrc) / 4); break;
+            case 6: case 18:
+                // (A source length below one character bounds it to none.)
+                iLength = bBounded && iSrcLen < 4 ? 0 : CountBeforeTerminator(pSrc, 4, bBounded ? iSrcLen / 4 : 0);
+                break;
             default:
                 iLength = 0;
                 GetDataTypeLengths(pColumnDef, &iLength);
@@ -208,7 +228,9 @@ extern "C" int32_t GetSrcBufLen(FieldDef* pFldDef, int32_t iCode) {
             break;
         case 6: case 18:
             if (bMeasure) {
-                const auto sChars = static_cast<int16_t>(std::wcslen(static_cast<const wchar_t*>(pSrc)));
+                // Counted by hand: the host's buffer need not be aligned, and
+                // the C library's wcslen misreads an unaligned string.
+                const auto sChars = static_cast<int16_t>(CountBeforeTerminator(pSrc, 4, 0));
                 pFldDef->iSrcLen = sChars * 4 + 4;
             }
             break;

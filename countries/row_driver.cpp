@@ -14,9 +14,14 @@ const ColumnDef* ColumnOf(const RowContext& ctx) { return ctx.pCtrlBlk->pColumnD
 // Copies the source value to the destination unchanged (in place: nothing moves).
 void PassThroughCopy(RowContext& ctx) {
     FieldDef* pFldDef = ctx.pFldDef;
+    // GetSrcBufLen sets a numeric type's size whatever the host said; a
+    // positive length from the host still bounds what may be read, so a
+    // short (malformed) numeric cell is not copied past its end.
+    const int32_t iHostLen = pFldDef->iSrcLen;
     if (GetSrcBufLen(pFldDef, ColumnOf(ctx)->sDataType) != 0 || pFldDef->iSrcLen == 0)
         TRC_TEXT(ctx.pCountry->pComponent, "Failed to retrieve source buffer length");
-    const int32_t iSrcLen = pFldDef->iSrcLen > 0 ? pFldDef->iSrcLen : 0;
+    int32_t iSrcLen = pFldDef->iSrcLen > 0 ? pFldDef->iSrcLen : 0;
+    if (iHostLen > 0 && iHostLen < iSrcLen) iSrcLen = iHostLen;
     if (ctx.pCtrlBlk->bDestFlag) {
         const int32_t iCopy = iSrcLen < pFldDef->iDstCap ? iSrcLen : (pFldDef->iDstCap > 0 ? pFldDef->iDstCap : 0);
         pFldDef->iDstLen = iCopy;
@@ -98,8 +103,10 @@ uint32_t WriteDestination(RowContext& ctx) {
         if (iCap > iDstLen) InitializeCharBufferWithSpaces(static_cast<char*>(pDst) + iDstLen, iCap - iDstLen, pColumnDef);
         iDstLen = iCap;
     } else if (pColumnDef->sDataType == WCHAR) {
-        auto* pWide = static_cast<wchar_t*>(pDst);
-        for (int32_t i = iDstLen / 4; i < iCap / 4; ++i) pWide[i] = L' ';
+        // Byte by byte: the host's buffer need not be aligned for wide characters.
+        const wchar_t blank = L' ';
+        for (int32_t i = iDstLen / 4; i < iCap / 4; ++i)
+            std::memcpy(static_cast<char*>(pDst) + 4 * static_cast<size_t>(i), &blank, sizeof blank);
         iDstLen = iCap;
     }
     pFldDef->iDstLen = iDstLen;
@@ -115,6 +122,13 @@ uint32_t LoadSource(RowContext& ctx) {
     int32_t iChars = 0;
     QRNPGetSourceDataLen(pFldDef, pColumnDef, &iChars);
     if (const uint32_t iCode = PrepareWorkBuffer(ctx, iChars); iCode != 0) return iCode;
+    if (iChars < 0) {
+        // A NULL cell has no value to read, whatever its source pointer points at.
+        ctx.iInLength = 0;
+        ctx.iConvertedLength = 0;
+        ctx.bSourceLoaded = true;
+        return 0;
+    }
     int32_t iOutLen = 0;
     const uint32_t iCode = pColumnDef->pCnvBlk->pfnSrcToWide(pFldDef->pSrc, pFldDef->iSrcLen, ctx.pInBuf,
                                                              static_cast<int32_t>(ctx.pBlock->iWorkBufSize),

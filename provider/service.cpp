@@ -88,7 +88,7 @@ int32_t Service(uint16_t sMethod, CtrlBlk* pCtrlBlk, Rowset* pRowset) {
             InfoMsg = QRNP_MSG_SOURCE_CELL_MISSING;
             bRowFails = true;
         } else if ((pFldDef->pSrc == nullptr || pFldDef->bNullInd == 1) && sMethod != QRNP_METHOD_RANDOM) {
-            const bool bSrcNull = true;
+            const int32_t bSrcNull = 1;  // traced as a 32-bit value
             TRC_VAR(kComponent, "bSrcNull", KNL_TRC_I32, &bSrcNull);
             TRC_TEXT(kComponent, "Source NULL, Dest set to NULL");
             if (pCtrlBlk->bDestFlag) pFldDef->bDstNull = 1;

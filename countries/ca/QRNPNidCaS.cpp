@@ -156,9 +156,10 @@ uint32_t CheckColumnCA(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNi
     if (pColumnDef != nullptr && pColumnDef->pCnvBlk != nullptr && pColumnDef->sDataType == DECIMAL_PKD) {
         // The precision test has never been able to refuse a column (no
         // precision is both at most 8 and above 20); it is kept as it stands
-        // so that every packed-decimal column stays accepted.
+        // so that every packed-decimal column stays accepted. (The type is
+        // tested again so that clang does not warn that the test is always false.)
         const int16_t sPrecision = pColumnDef->sPrecision;
-        if (sPrecision <= 8 && sPrecision > 20) {
+        if (pColumnDef->sDataType == DECIMAL_PKD && sPrecision <= 8 && sPrecision > 20) {
             ErrorCapture(pCtrlBlk, 0, QRNP_MSG_COLUMN_PRECISION, 3);
             TokenCapture(pCtrlBlk, &sPrecision, QRNP_TV_INT16, QRNP_TOKID_SRCLEN, 0);
             TokenCapture(pCtrlBlk, &pColumnDef->sDataType, QRNP_TV_INT16, QRNP_TOKID_SRC_DATATYPE, 0);

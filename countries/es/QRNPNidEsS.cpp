@@ -68,14 +68,23 @@ void AssembleOutput(wchar_t* pOut, bool bNIE, const wchar_t* pDigits, int32_t iD
 // The eight-digit mark is taken from the length the source converter reports,
 // before the method test and before trimming. A source that cannot be
 // converted leaves the mark clear: the mask path converts it again and
-// reports the failure; a random row does not need it.
+// reports the failure; a random row does not need it. A working buffer that
+// cannot grow to hold the source fails the row with 106.
 uint32_t BeforeMethod(RowContext& ctx) {
     TRC_ENTRY(kComponent, "BeforeMethod");
     ctx.lScratch[kMark] = 0;
     ctx.lScratch[kDigitStart] = 0;
     ctx.lScratch[kDigitCount] = ES_DIGITS_SHORT;
     ctx.lScratch[kIsNIE] = 0;
-    if (ctx.pFldDef->pSrc != nullptr && LoadSource(ctx) == 0 && ctx.iConvertedLength == ES_COMPACT_LEN) {
+    const uint32_t iLoad = ctx.pFldDef->pSrc != nullptr ? LoadSource(ctx) : QRNP_CNV_NULL_SOURCE;
+    if (iLoad == QRNP_MSG_NO_MEMORY) {
+        // The working buffer could not grow to hold the source: without it
+        // the mark is unknown, so the row fails as the common flow fails it.
+        const uint32_t iCode = ReportRowError(ctx, iLoad, nullptr, {RowToken::Provider, RowToken::Country});
+        TRC_EXIT(kComponent, "BeforeMethod", iCode);
+        return iCode;
+    }
+    if (iLoad == 0 && ctx.iConvertedLength == ES_COMPACT_LEN) {
         bool bMark = true;
         for (int32_t i = 0; i < ES_DIGITS_LONG && bMark; ++i) bMark = IsDigit(ctx.pInBuf[i]);
         ctx.lScratch[kMark] = bMark ? 1 : 0;

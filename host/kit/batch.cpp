@@ -2,6 +2,17 @@
 #include <algorithm>
 #include <cstring>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define HOSTKIT_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define HOSTKIT_ASAN 1
+#endif
+#endif
+#ifdef HOSTKIT_ASAN
+#include <sanitizer/asan_interface.h>
+#endif
+
 #include "hostkit.h"
 
 namespace hostkit {
@@ -69,9 +80,11 @@ size_t DestinationBytes(const ColumnDef& column) {
     }
 }
 
-}  // namespace
+// Varying and NUL-terminated types: their bytes say how long the value is.
+bool HasOwnLength(int16_t sDataType) {
+    return sDataType == VARCHAR || sDataType == VARCHAR_SZ || sDataType == WVARCHAR || sDataType == WVARCHAR_SZ;
+}
 
-namespace {
 
 // Appends the text encoded in the column's type to *pBuf and returns 0, or
 // returns the converter's code and leaves *pBuf as it was. Fixed-width
@@ -119,6 +132,7 @@ uint32_t EncodeCell(const Instance& instance, const std::wstring& text, std::vec
 void FillBatch(const Instance& instance, const std::vector<CellValue>& values, Batch* pBatch,
                const BatchOptions& batchOptions) {
     Batch& batch = *pBatch;
+    ProtectGuards(batch, false);  // the arena's memory is reused
     const size_t nRows = values.size();
     batch.cellsPerRow = batchOptions.iExtraCellsBefore + 1;
     batch.sourceCell = batchOptions.iExtraCellsBefore;
@@ -144,12 +158,17 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
         if (values[r].bNull) {
             cell.bNullInd = batchOptions.bNullSourcePointer ? 0 : 1;
             cell.iSrcLen = 0;
+        } else if (values[r].bRaw) {
+            batch.arena.insert(batch.arena.end(), values[r].raw.begin(), values[r].raw.end());
+            cell.iSrcLen = static_cast<int32_t>(values[r].raw.size());
         } else {
             if (AppendEncoded(instance.column, converters, values[r].text, &batch.arena) != 0) {
                 batch.encodeFailed[r] = 1;
                 batch.arena.resize(srcOffset[r] + SourceBytes(instance.column, 0));  // zero-filled
             }
-            cell.iSrcLen = static_cast<int32_t>(batch.arena.size() - srcOffset[r]);
+            cell.iSrcLen = batchOptions.bSourceLengthUnknown && HasOwnLength(instance.column.sDataType)
+                               ? 0
+                               : static_cast<int32_t>(batch.arena.size() - srcOffset[r]);
         }
         // The source's guard, the destination (zero bytes, or none) and its guard, in one step.
         const size_t iDstBytes = bSeparate && !batchOptions.bNoDestination ? iDstCap : 0;
@@ -232,6 +251,7 @@ RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow) {
 }
 
 bool GuardsIntact(const Batch& batch) {
+    ProtectGuards(batch, false);
     const auto intact = [&](size_t iOffset) {
         for (size_t k = 0; k < kGuardBytes; ++k)
             if (batch.arena[iOffset + k] != kGuard) return false;
@@ -240,6 +260,23 @@ bool GuardsIntact(const Batch& batch) {
     for (size_t r = 0; r < batch.rows.size(); ++r)
         if (!intact(batch.srcGuard[r]) || !intact(batch.dstGuard[r])) return false;
     return true;
+}
+
+void ProtectGuards(const Batch& batch, bool bProtect) {
+#ifdef HOSTKIT_ASAN
+    for (size_t r = 0; r < batch.rows.size(); ++r) {
+        for (size_t iOffset : {batch.srcGuard[r], batch.dstGuard[r]}) {
+            const void* p = batch.arena.data() + iOffset;
+            if (bProtect)
+                ASAN_POISON_MEMORY_REGION(p, kGuardBytes);
+            else
+                ASAN_UNPOISON_MEMORY_REGION(p, kGuardBytes);
+        }
+    }
+#else
+    (void)batch;
+    (void)bProtect;
+#endif
 }
 
 }  // namespace hostkit

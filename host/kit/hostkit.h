@@ -90,10 +90,13 @@ int32_t TerminateInstance(Instance& instance);
 // Releases the error list with TermErrors and starts an empty one.
 void ResetErrors(Instance& instance);
 
-// A cell value: NULL, or a wide string.
+// A cell value: NULL, a wide string encoded in the column's type, or (bRaw)
+// the cell's bytes exactly as given, for hosts that hand over malformed data.
 struct CellValue {
     bool bNull = false;
     std::wstring text;
+    bool bRaw = false;
+    std::vector<unsigned char> raw{};   // with bRaw: the source bytes; iSrcLen is their count
 };
 
 // How a rowset is shaped.
@@ -103,6 +106,8 @@ struct BatchOptions {
     bool bNullSourcePointer = false;    // NULL values get a null pSrc instead of bNullInd = 1
     bool bNoDestination = false;        // separate destination without a buffer
     int32_t iDstCapacityOverride = -1;  // destination capacity in bytes (-1: the type's size)
+    bool bSourceLengthUnknown = false;  // encoded varying and _SZ values get iSrcLen 0 (the prefix or
+                                        // terminator decides); raw cells keep their byte count
 };
 
 // A rowset and the memory its cells point at. Every buffer is followed by
@@ -151,8 +156,14 @@ RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow);
 RowResult ReadRowStatus(const Instance& instance, const Batch& batch, int iRow);
 bool ReadRowOutput(const Instance& instance, const Batch& batch, int iRow, std::wstring* pText);
 
-// True when no guard byte of the batch was overwritten.
+// True when no guard byte of the batch was overwritten (unprotects them first).
 bool GuardsIntact(const Batch& batch);
+
+// Under AddressSanitizer, marks the guard bytes unaddressable (bProtect) so
+// that reading or writing past any buffer stops the program at once, or
+// addressable again; does nothing in other builds. FillBatch and GuardsIntact
+// unprotect them themselves.
+void ProtectGuards(const Batch& batch, bool bProtect);
 
 // One captured message and its tokens.
 struct Message {

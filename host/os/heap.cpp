@@ -29,6 +29,7 @@ struct HeapRegistry {
     std::unordered_set<Heap*> heaps;
     int64_t iLiveBlocks = 0;
     int32_t iFailCountdown = 0;            // > 0: calls left until the one that fails
+    int64_t iCalls = 0;                    // heap calls made so far
 };
 
 // Never destroyed: a heap an instance left behind stays reachable (and
@@ -40,6 +41,7 @@ HeapRegistry& Registry() {
 
 // Counts one heap call; true when this is the call chosen to fail. Lock held.
 bool ChosenToFail(HeapRegistry& reg) {
+    ++reg.iCalls;
     if (reg.iFailCountdown <= 0) return false;
     return --reg.iFailCountdown == 0;
 }
@@ -134,4 +136,10 @@ int64_t KNL_Heap_LiveBlocks(void) {
     HeapRegistry& reg = Registry();
     std::lock_guard guard(reg.lock);
     return reg.iLiveBlocks;
+}
+
+int64_t KNL_Heap_CallCount(void) {
+    HeapRegistry& reg = Registry();
+    std::lock_guard guard(reg.lock);
+    return reg.iCalls;
 }

@@ -37,6 +37,10 @@ QRNP_EXPORT void KNL_Heap_FailNthCall(int32_t n);
 QRNP_EXPORT int64_t KNL_Heap_LiveHeaps(void);
 QRNP_EXPORT int64_t KNL_Heap_LiveBlocks(void);
 
+// Test support: heap calls made in the process so far (Create, Acquire,
+// Reallocate and Discard alike, as failure injection counts them).
+QRNP_EXPORT int64_t KNL_Heap_CallCount(void);
+
 // Non-zero while a trace file is open. Read it before building trace arguments.
 __attribute__((visibility("default"))) extern volatile int32_t KNL_TraceActive;
 

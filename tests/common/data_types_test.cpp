@@ -50,6 +50,7 @@ TEST(DataTypes, SourceCharactersAndBufferBytes) {
     } varchar{5, "hello"}, wvarchar{10, {}};  // 10 bytes: two whole wide characters
     char narrowSz[] = "abc";
     wchar_t wideSz[] = L"abcd";
+    char unterminated[6] = {'a', 'b', 'c', 'd', 'e', 'f'};
     const struct {
         int16_t sType;
         void* pSrc;
@@ -61,6 +62,12 @@ TEST(DataTypes, SourceCharactersAndBufferBytes) {
         {VARCHAR_SZ, narrowSz, 0, 3, 0, 4},
         {WVARCHAR, &wvarchar, 0, 2, 0, 12},
         {WVARCHAR_SZ, wideSz, -1, 4, 0, 20},
+        // A length the host gave bounds the search for the terminator, and a
+        // prefix that does not fit in it is not read.
+        {VARCHAR_SZ, unterminated, 3, 3, 0, 3},
+        {WVARCHAR_SZ, wideSz, 8, 2, 0, 8},
+        {WVARCHAR_SZ, wideSz, 3, 0, 0, 3},
+        {VARCHAR, unterminated, 1, 0, 0, 1},
         {INTEGER, narrowSz, 99, 11, 0, 4},         // fixed sizes always overwrite
         {11, narrowSz, 6, 0, -1, 6},
     };
@@ -79,6 +86,31 @@ TEST(DataTypes, SourceCharactersAndBufferBytes) {
         fd.bNullInd = 1;
         EXPECT_EQ(QRNPGetSourceDataLen(&fd, &cd, &iChars), 0);
         EXPECT_EQ(iChars, -1);
+    }
+}
+
+// A host's wide value need not be aligned: its length is still found at its
+// terminator (the C library's wcslen reads an unaligned string wrongly).
+TEST(DataTypes, UnalignedWideValuesAreMeasuredAtTheirTerminator) {
+    // Forty characters with no zero byte (longer than any first unaligned
+    // step a C library may take), then the terminator and more non-zero bytes.
+    wchar_t value[41];
+    for (int i = 0; i < 40; ++i) value[i] = static_cast<wchar_t>(0x41414141 + i);
+    value[40] = 0;
+    alignas(16) unsigned char bytes[256];
+    std::memset(bytes, 0x01, sizeof bytes);
+    for (size_t iOffset : {1u, 2u, 3u}) {
+        SCOPED_TRACE(iOffset);
+        std::memcpy(bytes + iOffset, value, sizeof value);
+        FieldDef fd{};
+        fd.pSrc = bytes + iOffset;
+        ColumnDef cd{};
+        cd.sDataType = WVARCHAR_SZ;
+        int32_t iChars = -7;
+        QRNPGetSourceDataLen(&fd, &cd, &iChars);
+        EXPECT_EQ(iChars, 40);
+        EXPECT_EQ(GetSrcBufLen(&fd, WVARCHAR_SZ), 0);
+        EXPECT_EQ(fd.iSrcLen, 164);
     }
 }
 

@@ -106,4 +106,14 @@ TEST_F(HeapTest, FailureInjectionHitsExactlyTheNthCall) {
     EXPECT_EQ(KNL_Heap_LiveHeaps(), iHeaps);
 }
 
+// Every call counts, refused ones included, as failure injection counts them.
+TEST_F(HeapTest, CallCountCountsEveryCall) {
+    const int64_t iBefore = KNL_Heap_CallCount();
+    void* p = nullptr;
+    EXPECT_EQ(KNL_Heap_Acquire(token, 8, &p), 0);
+    EXPECT_EQ(KNL_Heap_Reallocate(token, p, 16, &p), 0);
+    EXPECT_NE(KNL_Heap_Acquire(nullptr, 8, &p), 0);
+    EXPECT_EQ(KNL_Heap_CallCount() - iBefore, 3);
+}
+
 }  // namespace
