@@ -5,6 +5,7 @@
 #include "common/trace.h"
 #include "countries/ca/QRNPNidCaAlgo.h"
 #include "countries/country_setup.h"
+#include "countries/nine_digit_number.h"
 #include "countries/row_driver.h"
 
 namespace {
@@ -40,18 +41,8 @@ uint64_t SeparatorFlag(wchar_t sep) {
     }
 }
 
-// A number column drops leading zeros: put them back in front of the digits.
-void ZeroPadToSinLength(RowContext& ctx) {
-    wchar_t* s = ctx.pInBuf;
-    const int32_t iShift = CA_SIN_LEN - ctx.iInLength;
-    std::memmove(s + iShift, s, static_cast<size_t>(ctx.iInLength) * sizeof(wchar_t));
-    for (int32_t i = 0; i < iShift; ++i) s[i] = L'0';
-    s[CA_SIN_LEN] = L'\0';
-    ctx.iInLength = CA_SIN_LEN;
-}
-
 uint32_t CheckLayout(RowContext& ctx) {
-    if (ctx.pBlock->bNumericSource != 0 && ctx.iInLength < CA_SIN_LEN) ZeroPadToSinLength(ctx);
+    if (ctx.pBlock->bNumericSource != 0) ZeroPadToNineDigits(ctx);
 
     wchar_t* s = ctx.pInBuf;
     int32_t iDigits = 0;
@@ -114,22 +105,8 @@ uint32_t OtherMethod(RowContext& ctx) {
 
 // Nine digits, leading zeros kept; a separator goes before the 7th and the 4th digit.
 uint32_t FormatOutput(RowContext& ctx) {
-    wchar_t* out = ctx.pOutBuf;
-    if (PXIntToNumW(static_cast<int32_t>(ctx.lScratch[kScratchResultSin]), CA_SIN_LEN, out) != 0)
-        return ReportRowError(ctx, QRNP_MSG_DEST_CONVERSION, "Error in dst conversion", {RowToken::Country});
-    const uint64_t lFlags = ctx.lRowFlags;
-    wchar_t sep = L'\0';
-    if (lFlags & CA_FLAG_HYPHEN)
-        sep = L'-';
-    else if (lFlags & CA_FLAG_BLANK)
-        sep = L' ';
-    else if (lFlags & CA_FLAG_PERIOD)
-        sep = L'.';
-    if (sep != L'\0') {
-        InsertCharAt(out, CA_POS_GROUP3, sep);
-        InsertCharAt(out, CA_HEAD_LEN, sep);
-    }
-    return 0;
+    return WriteNineDigits(ctx, ctx.lScratch[kScratchResultSin], CA_HEAD_LEN, CA_POS_GROUP3,
+                           "Error in dst conversion");
 }
 
 const CountryDriver kCanada = {

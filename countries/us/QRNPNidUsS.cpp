@@ -4,6 +4,7 @@
 
 #include "common/trace.h"
 #include "countries/country_setup.h"
+#include "countries/nine_digit_number.h"
 #include "countries/row_driver.h"
 #include "countries/us/QRNPNidUsAlgo.h"
 
@@ -42,18 +43,10 @@ uint32_t ReportFlagsError(CtrlBlk* pCtrlBlk, uint32_t iCode, uint16_t sValue, in
 
 // ---- Row hooks -----------------------------------------------------------------
 
-// Numeric sources lose their leading zeros: put them back, up to nine digits.
-void PadNumericSource(RowContext& ctx) {
-    const int32_t iPad = US_SSN_DIGITS - ctx.iInLength;
-    std::memmove(ctx.pInBuf + iPad, ctx.pInBuf, static_cast<size_t>(ctx.iInLength + 1) * sizeof(wchar_t));
-    for (int32_t i = 0; i < iPad; ++i) ctx.pInBuf[i] = L'0';
-    ctx.iInLength = US_SSN_DIGITS;
-}
-
 uint32_t CheckLayout(RowContext& ctx) {
     wchar_t* s = ctx.pInBuf;
     // The working buffer never shrinks below its 104 set-up bytes, so nine digits fit.
-    if (ctx.pBlock->bNumericSource && ctx.iInLength < US_SSN_DIGITS) PadNumericSource(ctx);
+    if (ctx.pBlock->bNumericSource) ZeroPadToNineDigits(ctx);
 
     int32_t iDigits = 0;
     for (int32_t i = 0; i < ctx.iInLength; ++i) iDigits += IsDigit(s[i]);
@@ -128,20 +121,7 @@ uint32_t OtherMethod(RowContext& ctx) {
 // The nine digits, with the separator the row flags call for before the 6th
 // and the 4th digit.
 uint32_t FormatOutput(RowContext& ctx) {
-    if (PXIntToNumW(static_cast<int32_t>(ctx.lScratch[kScratchResult]), US_SSN_DIGITS, ctx.pOutBuf) != 0)
-        return ReportRowError(ctx, QRNP_MSG_DEST_CONVERSION, "Error in dest conversion", {RowToken::Country});
-    wchar_t sep = 0;
-    if (ctx.lRowFlags & US_FLAG_HYPHEN)
-        sep = L'-';
-    else if (ctx.lRowFlags & US_FLAG_BLANK)
-        sep = L' ';
-    else if (ctx.lRowFlags & US_FLAG_DOT)
-        sep = L'.';
-    if (sep != 0) {
-        InsertCharAt(ctx.pOutBuf, US_OUT_SEP2, sep);
-        InsertCharAt(ctx.pOutBuf, US_OUT_SEP1, sep);
-    }
-    return 0;
+    return WriteNineDigits(ctx, ctx.lScratch[kScratchResult], US_OUT_SEP1, US_OUT_SEP2, "Error in dest conversion");
 }
 
 const CountryDriver kUnitedStates = {
