@@ -35,7 +35,7 @@ side_by_side() {
     { printf "  %-" width "s  %s\n", $1, (NR in why ? why[NR] : $2) }'
 }
 
-echo "$("$nidmask" --version), provider $build/lib/libQRNNIDPrvLib.so"
+"$nidmask" --version | paste -sd' ' | sed 's/ provider /, provider /'
 
 for file in examples/*.txt; do
   [ -e "$file" ] || continue

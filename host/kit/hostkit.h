@@ -38,9 +38,18 @@ struct EntryPoints {
 // the entry points. False with a message in *pError when anything is missing.
 bool LoadProvider(const std::string& path, EntryPoints* pEntryPoints, std::string* pError);
 
-// The default provider path: $QRNP_PROVIDER, else libQRNNIDPrvLib.so beside
-// the running executable's ../lib, else the bare name (the loader's search path).
+// The provider's file name, as engines look for it.
+inline constexpr const char* kProviderFileName = "libQRNNIDPrvLib.so";
+
+// The default provider path: $NIDMASK_PROVIDER, else kProviderFileName in the
+// running executable's ../lib/nidmask (an installed tree, wherever it was
+// moved), ../lib (the build tree) or own directory, else the bare name (the
+// loader's search path).
 std::string DefaultProviderPath();
+
+// The absolute path of the file the entry points were loaded from (resolved
+// by the dynamic loader, symbolic links followed); "" when unknown.
+std::string LoadedFile(const EntryPoints& entryPoints);
 
 // How an instance is set up.
 struct InstanceOptions {

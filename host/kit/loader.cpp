@@ -47,19 +47,29 @@ bool LoadProvider(const std::string& path, EntryPoints* pEntryPoints, std::strin
 }
 
 std::string DefaultProviderPath() {
-    if (const char* pEnv = std::getenv("QRNP_PROVIDER"); pEnv != nullptr && *pEnv != '\0') return pEnv;
+    if (const char* pEnv = std::getenv("NIDMASK_PROVIDER"); pEnv != nullptr && *pEnv != '\0') return pEnv;
     char self[PATH_MAX];
     const ssize_t n = readlink("/proc/self/exe", self, sizeof(self) - 1);
     if (n > 0) {
         self[n] = '\0';
         std::string dir(self);
         dir.resize(dir.rfind('/'));
-        for (const char* pRelative : {"/../lib/libQRNNIDPrvLib.so", "/libQRNNIDPrvLib.so"}) {
-            const std::string candidate = dir + pRelative;
+        // Installed (bin/ and lib/nidmask/ of one prefix, wherever it was moved), then the build tree.
+        for (const char* pRelative : {"/../lib/nidmask/", "/../lib/", "/"}) {
+            const std::string candidate = dir + pRelative + kProviderFileName;
             if (access(candidate.c_str(), R_OK) == 0) return candidate;
         }
     }
-    return "libQRNNIDPrvLib.so";
+    return kProviderFileName;
+}
+
+std::string LoadedFile(const EntryPoints& entryPoints) {
+    Dl_info info{};
+    if (entryPoints.Init == nullptr || dladdr(reinterpret_cast<void*>(entryPoints.Init), &info) == 0 ||
+        info.dli_fname == nullptr)
+        return "";
+    char resolved[PATH_MAX];
+    return realpath(info.dli_fname, resolved) != nullptr ? resolved : info.dli_fname;
 }
 
 }  // namespace hostkit

@@ -11,6 +11,7 @@
 #include "hostkit.h"
 #include "options.h"
 #include "runs.h"
+#include "version.h"
 
 using namespace nidmask;
 
@@ -34,6 +35,7 @@ bool StartTrace(const std::string& path) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (std::string provider; AsksForVersion(argc, argv, &provider)) return PrintVersion(provider);
     const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
     if (!parsed.options) return parsed.iExitCode;
     const Options& options = *parsed.options;

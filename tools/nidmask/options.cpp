@@ -41,8 +41,8 @@ Values:
   types read and write ISO-8859-1, wide types UTF-8. In CSV, an unquoted field
   equal to the NULL text is NULL, a quoted one is a value.
 
-Provider library: --provider, else $QRNP_PROVIDER, else ../lib/libQRNNIDPrvLib.so
-beside the nidmask executable.
+Provider library: --provider, else $NIDMASK_PROVIDER, else libQRNNIDPrvLib.so in
+../lib/nidmask (installed) or ../lib (build tree) beside the nidmask executable.
 )";
 
 const char* const kExamples = R"(
