@@ -4,6 +4,9 @@
 # fuzz targets (build-fuzz/): their corpora replayed and a bounded run of each.
 # `make fuzz-long FUZZ_SECONDS=3600` fuzzes each target for as long as asked;
 # `make bench` measures the provider (bench/).
+# `make install PREFIX=/usr/local` (DESTDIR honoured) installs nidmask, the
+# provider, the host kit, the man page and the completion; `make deb` builds
+# the Debian package(s) in build-deb/.
 # All of them install missing Debian packages first (when run as root) and
 # download nothing else.
 
@@ -17,11 +20,13 @@ FUZZ_TEST_SECONDS ?= 30
 FUZZ_SECONDS ?= 600
 
 DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-dev libcli11-dev \
-                libcsv-dev nlohmann-json3-dev sqlite3 clang-14 libclang-rt-14-dev llvm-14 libbenchmark-dev
+                libcsv-dev nlohmann-json3-dev sqlite3 clang-14 libclang-rt-14-dev llvm-14 libbenchmark-dev \
+                groff-base man-db dpkg-dev file
 
 FUZZ_TARGETS := fuzz_provider fuzz_converters fuzz_csv
 
-.PHONY: all deps build build-asan fuzz test test-release test-asan test-fuzz fuzz-long demo bench bench-e2e clean
+.PHONY: all deps build build-asan fuzz test test-release test-asan test-fuzz fuzz-long demo bench bench-e2e \
+        install deb clean
 
 all: build
 
@@ -95,5 +100,22 @@ bench-e2e: deps
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
 	bash bench/e2e.sh $(BENCH_BUILD)
 
+# Installs what the build tree built (building only that) under PREFIX, or
+# DESTDIR/PREFIX for staging.
+PREFIX  ?= /usr/local
+DESTDIR ?=
+install: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS) --target nidmask_installables
+	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+# Debian packages from a build of their own, without tests or benchmarks:
+# $(DEB_BUILD)/nidmask_<version>_<arch>.deb (and one per other component).
+DEB_BUILD ?= build-deb
+deb: deps
+	cmake -S . -B $(DEB_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQRNP_BUILD_TESTS=OFF -DQRNP_BUILD_BENCH=OFF
+	cmake --build $(DEB_BUILD) -j $(JOBS)
+	cd $(DEB_BUILD) && cpack -G DEB
+	@ls -1 $(DEB_BUILD)/*.deb
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(BENCH_BUILD) $(BENCH_NOTRACE_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(BENCH_BUILD) $(BENCH_NOTRACE_BUILD) $(DEB_BUILD)
