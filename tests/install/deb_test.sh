@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# deb_test.sh BUILD_DIR VERSION: builds the Debian package with CPack into a
+# temporary directory (never installs it) and checks its name, its control
+# fields, that every file lies under /usr with nothing naming the build
+# tree, and that its nidmask, unpacked anywhere, runs and finds its provider.
+set -euo pipefail
+build=$(realpath "$1")
+version=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+fail() { echo "FAIL: $*" >&2; exit 1; }
+unset LD_LIBRARY_PATH NIDMASK_PROVIDER
+
+(cd "$build" && cpack -G DEB -B "$work/out" >"$work/cpack.log" 2>&1) || { cat "$work/cpack.log"; fail "cpack"; }
+deb="$work/out/nidmask_${version}_$(dpkg --print-architecture).deb"
+[ -f "$deb" ] || fail "no $(basename "$deb"); made: $(ls "$work/out")"
+
+[ "$(dpkg-deb -f "$deb" Package)" = nidmask ] || fail "package name"
+[ "$(dpkg-deb -f "$deb" Version)" = "$version" ] || fail "package version"
+depends=$(dpkg-deb -f "$deb" Depends)
+packages=$(sed 's/ *([^)]*)//g; s/, */\n/g' <<<"$depends")
+for library in libc6 libstdc++6 libsqlite3-0 libcsv3; do
+  grep -qxF "$library" <<<"$packages" || fail "Depends lacks $library: $depends"
+done
+
+dpkg-deb -c "$deb" | awk '{ print $6 }' >"$work/contents"
+grep -v '^\./usr/' "$work/contents" && fail "files outside /usr"
+for f in usr/bin/nidmask usr/lib/nidmask/libQRNNIDPrvLib.so usr/lib/nidmask/libhostkit.a \
+         usr/share/man/man1/nidmask.1.gz usr/share/bash-completion/completions/nidmask \
+         usr/lib/cmake/nidmask/nidmaskConfig.cmake usr/lib/pkgconfig/nidmask.pc; do
+  grep -qxF "./$f" "$work/contents" || fail "the package lacks /$f"
+done
+
+dpkg-deb -x "$deb" "$work/root"
+if grep -rlF "$build" "$work/root" >"$work/refs"; then fail "packaged files name $build: $(cat "$work/refs")"; fi
+cd "$work"
+version_text=$("$work/root/usr/bin/nidmask" --version) || fail "the packaged nidmask does not run"
+[ "$(sed -n 2p <<<"$version_text")" = "provider $(realpath "$work/root/usr/lib/nidmask/libQRNNIDPrvLib.so")" ] ||
+  fail "the packaged nidmask loads another provider: $version_text"
+echo "$(basename "$deb"): Depends: $depends"
