@@ -40,4 +40,12 @@ SQLite table masked in place. The package also holds the host kit (static
 library, headers, CMake package and pkg-config file) for programs that drive
 the provider themselves.")
 
+# The PostgreSQL extension becomes postgresql-15-nidmask_<version>_<arch>.deb
+# once pg/ installs its files with COMPONENT pg, relative to the prefix
+# (lib/postgresql/15/lib/nidmask.so, share/postgresql/15/extension/...):
+#   if(TARGET nidmask_pg)
+#     nidmask_debian_package(pg postgresql-15-nidmask database "<summary>" "<description>"
+#                            DEPENDS "nidmask (= ${PROJECT_VERSION}), postgresql-15")
+#   endif()
+
 include(CPack)
