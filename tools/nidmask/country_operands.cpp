@@ -168,7 +168,7 @@ std::string NamedSettingsHelp() {
         std::snprintf(buffer, sizeof(buffer), "0x%04X", sKey);
         return std::string(buffer);
     };
-    std::string text = "Named settings by country (the operands they set):\n";
+    std::string text = "Engine level: the operands each masking setting sets, by country:\n";
     for (const CountryKeys& country : kCountries) {
         text += std::string("  ") + country.pCode + ":";
         if (country.sPartsKey != 0)

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "column_types.h"
+#include "host_messages.h"
 
 namespace nidmask {
 
@@ -91,6 +92,7 @@ static_assert(std::is_sorted(std::begin(kCatalogue), std::end(kCatalogue),
 }  // namespace
 
 const char* MessageTemplate(uint32_t iMessage) {
+    if (const char* pHost = HostMessageTemplate(iMessage)) return pHost;
     const auto it = std::lower_bound(std::begin(kCatalogue), std::end(kCatalogue), iMessage,
                                      [](const Entry& entry, uint32_t n) { return entry.iMessage < n; });
     return it != std::end(kCatalogue) && it->iMessage == iMessage ? it->pText : nullptr;
@@ -102,13 +104,25 @@ std::vector<uint32_t> CatalogueNumbers() {
     return numbers;
 }
 
-std::string RenderMessage(const hostkit::Message& message) {
+std::string RedactedValue(const std::wstring& value) {
+    constexpr size_t kShown = 2;
+    std::string text = "[";
+    if (value.size() > 2 * kShown) text += hostkit::ToUtf8(value.substr(0, kShown)) + "... ";
+    return text + std::to_string(value.size()) + (value.size() == 1 ? " character]" : " characters]");
+}
+
+std::string TokenText(const std::pair<int32_t, std::wstring>& token, bool bShowValues) {
+    if (!bShowValues && token.first == QRNP_TOKID_SRCDATA) return RedactedValue(token.second);
+    return hostkit::ToUtf8(token.second);
+}
+
+std::string RenderMessage(const hostkit::Message& message, bool bShowValues) {
     const char* pTemplate = MessageTemplate(message.iMessage);
     if (pTemplate == nullptr) {
         std::string text = "message " + std::to_string(message.iMessage);
         for (size_t i = 0; i < message.tokens.size(); ++i) {
             text += i == 0 ? " (" : ", ";
-            text += hostkit::TokenName(message.tokens[i].first) + "=" + hostkit::ToUtf8(message.tokens[i].second);
+            text += hostkit::TokenName(message.tokens[i].first) + "=" + TokenText(message.tokens[i], bShowValues);
         }
         if (!message.tokens.empty()) text += ")";
         return text;
@@ -122,9 +136,9 @@ std::string RenderMessage(const hostkit::Message& message) {
         }
         const std::string name(p + 1, pClose);
         std::string value = "?";
-        for (const auto& [iTokenId, tokenText] : message.tokens) {
-            if (hostkit::TokenName(iTokenId) == name) {
-                value = hostkit::ToUtf8(tokenText);
+        for (const auto& token : message.tokens) {
+            if (hostkit::TokenName(token.first) == name) {
+                value = TokenText(token, bShowValues);
                 break;
             }
         }

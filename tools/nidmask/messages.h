@@ -21,8 +21,16 @@ std::vector<uint32_t> CatalogueNumbers();
 
 // The message's text: placeholders replaced by the captured tokens ("?" for
 // a token that was not captured). A number without a text renders as
-// "message N", followed by its tokens as NAME=value.
-std::string RenderMessage(const hostkit::Message& message);
+// "message N", followed by its tokens as NAME=value. Unless bShowValues, a
+// token that holds a value (SRCDATA) is shown as RedactedValue gives it.
+std::string RenderMessage(const hostkit::Message& message, bool bShowValues);
+
+// A value as messages show it by default: "[26... 15 characters]", its
+// first two characters only when it has more than four.
+std::string RedactedValue(const std::wstring& value);
+
+// A token's text as messages and reports show it (redacted unless bShowValues).
+std::string TokenText(const std::pair<int32_t, std::wstring>& token, bool bShowValues);
 
 }  // namespace nidmask
 

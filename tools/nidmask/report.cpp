@@ -30,7 +30,8 @@ void AppendJsonString(const std::string& text, std::string* pOut) {
     out += '"';
 }
 
-bool ReportWriter::Open(const std::string& path, std::string* pError) {
+bool ReportWriter::Open(const std::string& path, bool bShowValues, std::string* pError) {
+    bShowValues_ = bShowValues;
     bOpen_ = file_.Open(path, false, pError);
     return bOpen_;
 }
@@ -46,10 +47,10 @@ void ReportWriter::AppendMessages(const std::vector<const hostkit::Message*>& me
             if (k > 0) out += ',';
             AppendJsonString(hostkit::TokenName(message.tokens[k].first), &out);
             out += ':';
-            AppendJsonString(hostkit::ToUtf8(message.tokens[k].second), &out);
+            AppendJsonString(TokenText(message.tokens[k], bShowValues_), &out);
         }
         out += "},\"text\":";
-        AppendJsonString(RenderMessage(message), &out);
+        AppendJsonString(RenderMessage(message, bShowValues_), &out);
         out += '}';
     }
     out += "]}\n";

@@ -17,8 +17,9 @@ namespace nidmask {
 
 class ReportWriter {
 public:
-    // Writes to `path` (not atomically: a failed run keeps its report).
-    bool Open(const std::string& path, std::string* pError);
+    // Writes to `path` (not atomically: a failed run keeps its report; mode
+    // 0600). Values in tokens and texts are redacted unless bShowValues.
+    bool Open(const std::string& path, bool bShowValues, std::string* pError);
     bool IsOpen() const { return bOpen_; }
 
     void WriteRow(uint64_t iRow, int32_t iStatus, bool bRejected, const std::vector<const hostkit::Message*>& messages);
@@ -32,6 +33,7 @@ private:
 
     OutputFile file_;
     bool bOpen_ = false;
+    bool bShowValues_ = false;
 };
 
 // Appends `text` (UTF-8) as a JSON string, quotes included.
