@@ -21,32 +21,17 @@ enum Scratch {
 
 CountryOptionBlock* SpanishBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->blockA; }
 
-uint16_t& SeparatorOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[2]; }
+constexpr uint8_t kSeparatorSlot = 2;
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 bool IsAlnum(wchar_t c) { return IsDigit(c) || (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z'); }
 bool IsSeparator(wchar_t c) { return c == L'-' || c == L' '; }
-
-// Invalid data: 4404-4407, and the control letter 4479 on its own.
-bool IsInvalidData(uint32_t iCode) {
-    return (iCode >= QRNP_MSG_SOURCE_CONVERSION && iCode <= QRNP_MSG_INVALID_SOURCE_DATA) ||
-           iCode == QRNP_MSG_ES_INVALID_SUFFIX;
-}
 
 // The separator the flags call for: "-", a blank, or none (0).
 wchar_t SeparatorOf(uint64_t lFlags) {
     if (lFlags & ES_FLAG_HYPHEN) return L'-';
     if (lFlags & ES_FLAG_BLANK) return L' ';
     return 0;
-}
-
-// With separator option 2 the source's style is recorded for the output.
-void KeepSeparatorStyle(RowContext& ctx, wchar_t sep) {
-    if (SeparatorOption(ctx.pBlock) != 2) return;
-    if (sep == 0)
-        ctx.lRowFlags |= ES_FLAG_NO_SEPARATOR;
-    else
-        ctx.lRowFlags |= (sep == L'-') ? ES_FLAG_HYPHEN : ES_FLAG_BLANK;
 }
 
 // Writes the identifier into pOut: "X", separator, digits, separator, letter
@@ -122,7 +107,7 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
         // Plain NIF: 12345678Z with the mark, 1234567L without.
         const int32_t iCount = ctx.lScratch[kMark] != 0 ? ES_DIGITS_LONG : ES_DIGITS_SHORT;
         if (const uint32_t iCode = ReadNumber(ctx, 0, iCount, iCount, "Invalid suffix"); iCode != 0) return iCode;
-        KeepSeparatorStyle(ctx, 0);
+        NoteSourceSeparator(ctx, L'\0');
         return 0;
     }
     if (L == ES_COMPACT_LEN && s[0] == prefix) {
@@ -130,7 +115,7 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
         if (const uint32_t iCode = ReadNumber(ctx, 1, ES_DIGITS_SHORT, 8, "Invalid source data"); iCode != 0)
             return iCode;
         ctx.lScratch[kIsNIE] = 1;
-        KeepSeparatorStyle(ctx, 0);
+        NoteSourceSeparator(ctx, L'\0');
         return 0;
     }
     if (L == ES_COMPACT_LEN) {
@@ -139,7 +124,7 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
         if (!IsSeparator(sep))
             return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
                                   {RowToken::Value, RowToken::Country});
-        KeepSeparatorStyle(ctx, sep);
+        NoteSourceSeparator(ctx, sep);
         return ReadNumber(ctx, 0, ES_DIGITS_SHORT, 8, "Invalid suffix");
     }
     if (L == ES_SEPARATED_NIE_LEN) {
@@ -148,7 +133,7 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
         if (s[0] != prefix || !IsSeparator(sep) || s[ES_POS_NIE_SEPARATOR2] != sep)
             return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
                                   {RowToken::Value, RowToken::Country});
-        KeepSeparatorStyle(ctx, sep);
+        NoteSourceSeparator(ctx, sep);
         if (const uint32_t iCode = ReadNumber(ctx, 2, ES_DIGITS_SHORT, 10, "Invalid suffix"); iCode != 0)
             return iCode;
         ctx.lScratch[kIsNIE] = 1;
@@ -228,47 +213,35 @@ const CountryDriver kSpain = {
     .pComponent = kComponent,
     .pCountryName = kCountry,
     .pfnBlock = SpanishBlock,
+    .pInitName = "InitCountryES",
+    .bTraceInitArguments = false,
+    .pfnBeforeColumnCheck = nullptr,
+    .column = kCharacterColumns,
+    .pfnDecodeParts = nullptr,
+    .iSeparatorSlot = kSeparatorSlot,
+    .sSeparatorValueType = QRNP_TV_INT16,
+    .bTraceSeparator = true,
+    .separatorCodes = {{1, ES_FLAG_NO_SEPARATOR}, {8, ES_FLAG_HYPHEN}, {16, ES_FLAG_BLANK}},
+    .pfnAfterSeparator = nullptr,
+    .bTraceOptionFlags = true,
+    .iWorkBufBytes = kWorkBufBytes,
+    .separatorStyles = {{L'\0', ES_FLAG_NO_SEPARATOR}, {L'-', ES_FLAG_HYPHEN}, {L' ', ES_FLAG_BLANK}},
+    // The control letter, on its own.
+    .iFirstFieldCheck = QRNP_MSG_ES_INVALID_SUFFIX,
+    .iLastFieldCheck = QRNP_MSG_ES_INVALID_SUFFIX,
     .pfnBeforeMethod = BeforeMethod,
     .pfnOtherMethod = nullptr,
     .pfnCheckLayout = CheckLayout,
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = nullptr,
-    .pfnIsInvalidData = IsInvalidData,
     .pDstConversionTrace = "Error in dst conversion",
 };
 
 }  // namespace
 
 uint32_t InitCountryES(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
-    TRC_ENTRY(kComponent, "InitCountryES");
-    CountryOptionBlock* pBlock = SpanishBlock(pNidCtrlBlk);
-    if (const uint32_t iCode = CheckColumn(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk, kComponent, kCountry)) {
-        TRC_EXIT(kComponent, "InitCountryES", iCode);
-        return iCode;
-    }
-
-    pBlock->lOptionFlags = 0;
-    const int16_t sSeparator = static_cast<int16_t>(SeparatorOption(pBlock));
-    TRC_VAR(kComponent, "sSeparator", KNL_TRC_I16, &sSeparator);
-    switch (sSeparator) {
-        case 0: SeparatorOption(pBlock) = 2; break;
-        case 1: pBlock->lOptionFlags |= ES_FLAG_NO_SEPARATOR; break;
-        case 2: break;
-        case 8: pBlock->lOptionFlags |= ES_FLAG_HYPHEN; break;
-        case 16: pBlock->lOptionFlags |= ES_FLAG_BLANK; break;
-        default: {
-            const uint32_t iCode = ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry,
-                                                                static_cast<uint16_t>(sSeparator), QRNP_TV_INT16);
-            TRC_EXIT(kComponent, "InitCountryES", iCode);
-            return iCode;
-        }
-    }
-    TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);
-
-    const uint32_t iCode = AcquireWorkBuffer(pCtrlBlk, pNidCtrlBlk, pBlock, kWorkBufBytes, kComponent, kCountry);
-    TRC_EXIT(kComponent, "InitCountryES", iCode);
-    return iCode;
+    return RunCountrySetup(kSpain, pCtrlBlk, pNidCtrlBlk);
 }
 
 uint32_t RBPNIDMaskES(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,
