@@ -10,6 +10,10 @@
 
 namespace {
 
+static_assert(CA_FLAG_HYPHEN == NINE_DIGIT_FLAG_HYPHEN && CA_FLAG_BLANK == NINE_DIGIT_FLAG_BLANK &&
+                  CA_FLAG_PERIOD == NINE_DIGIT_FLAG_PERIOD,
+              "the nine-digit writer reads these bits");
+
 constexpr const char* kComponent = "QRNPNidCaS";
 constexpr const wchar_t* kCountry = L"Canada";
 constexpr uint32_t kWorkBufBytes = 104;  // 26 characters: a padded numeric source always fits

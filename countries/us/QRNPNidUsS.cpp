@@ -10,6 +10,10 @@
 
 namespace {
 
+static_assert(US_FLAG_HYPHEN == NINE_DIGIT_FLAG_HYPHEN && US_FLAG_BLANK == NINE_DIGIT_FLAG_BLANK &&
+                  US_FLAG_DOT == NINE_DIGIT_FLAG_PERIOD,
+              "the nine-digit writer reads these bits");
+
 constexpr const char* kComponent = "QRNPNidUsS";
 constexpr const wchar_t* kCountry = L"US";
 constexpr uint32_t kWorkBufBytes = 104;

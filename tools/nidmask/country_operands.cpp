@@ -4,6 +4,8 @@
 #include <cctype>
 #include <cstdio>
 
+#include <qrnp/qrnp.h>
+
 namespace nidmask {
 
 namespace {
@@ -23,12 +25,13 @@ struct CountryKeys {
 };
 
 constexpr CountryKeys kCountries[] = {
-    {"FR", 0x1801, {{"sex", 1}, {"year", 2}, {"month", 4}, {"dept", 8}, {"commune", 16}}, 0x1807, 0, 0},
-    {"IT", 0x1803, {{"names", 1}, {"date", 2}, {"region", 4}}, 0x1809, 0, 0},
-    {"UK", 0x1804, {{"prefix", 1}}, 0x180A, 0x180D, 0},
-    {"ES", 0, {}, 0x1808, 0, 0},
-    {"US", 0x180E, {{"area", 1}}, 0x180B, 0, 0x180E},
-    {"CA", 0x1806, {{"head", 1}}, 0x180C, 0, 0},
+    {"FR", QRNP_OPR_FR_PARTS, {{"sex", 1}, {"year", 2}, {"month", 4}, {"dept", 8}, {"commune", 16}},
+     QRNP_OPR_FR_SEPARATOR, 0, 0},
+    {"IT", QRNP_OPR_IT_FLAGS, {{"names", 1}, {"date", 2}, {"region", 4}}, QRNP_OPR_IT_SEPARATOR, 0, 0},
+    {"UK", QRNP_OPR_UK_DATA, {{"prefix", 1}}, QRNP_OPR_UK_SEPARATOR, QRNP_OPR_UK_FORM, 0},
+    {"ES", 0, {}, QRNP_OPR_ES_SEPARATOR, 0, 0},
+    {"US", QRNP_OPR_US_FLAGS, {{"area", 1}}, QRNP_OPR_US_SEPARATOR, 0, QRNP_OPR_US_FLAGS},
+    {"CA", QRNP_OPR_CA_PARTS, {{"head", 1}}, QRNP_OPR_CA_SEPARATOR, 0, 0},
 };
 
 constexpr std::pair<const char*, uint32_t> kSeparators[] = {

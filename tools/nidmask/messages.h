@@ -1,6 +1,6 @@
-// The host's message catalogue: an English text for every message number
-// the provider raises, with {TOKEN} placeholders (token names without their
-// QRNP_TOKID_ prefix) filled from the tokens captured with the message.
+// Messages as nidmask shows them: the host kit's English catalogue of the
+// provider's messages and nidmask's own (host_messages.h), with {TOKEN}
+// placeholders filled from the tokens captured with the message.
 #ifndef NIDMASK_MESSAGES_H
 #define NIDMASK_MESSAGES_H
 
@@ -12,12 +12,9 @@
 
 namespace nidmask {
 
-// The text of a message number with its placeholders, or nullptr when the
-// catalogue has none.
+// The text of a message number with its placeholders, or nullptr when
+// neither catalogue has one.
 const char* MessageTemplate(uint32_t iMessage);
-
-// Every message number the catalogue knows, ascending.
-std::vector<uint32_t> CatalogueNumbers();
 
 // The message's text: placeholders replaced by the captured tokens ("?" for
 // a token that was not captured). A number without a text renders as
