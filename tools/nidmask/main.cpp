@@ -46,6 +46,10 @@ int main(int argc, char** argv) {
     const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
     if (!parsed.options) return parsed.iExitCode;
     const Options& options = *parsed.options;
+    if (options.bExplain) {
+        ExplainRules(options);
+        return kExitOk;
+    }
 
     const std::string clash = SameFileProblem({{"INPUT", options.input},
                                                {"-o", options.output},

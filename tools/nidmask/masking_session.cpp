@@ -68,16 +68,16 @@ void MaskingSession::DecideRows(const std::vector<hostkit::CellValue>& values, c
             decide(i, RowKind::Rejected, refused[i] & 0xFFFF);
         } else if (bKeepEmpty && value.bNull) {
             decide(i, RowKind::Null, QRNP_MSG_NULL_SOURCE);
-        } else if (bEmpty && (bKeepEmpty || IsNumericType(sType))) {
-            decide(i, RowKind::Empty, IsNumericType(sType) ? QRNP_MSG_EMPTY_NUMERIC_VALUE : QRNP_MSG_EMPTY_CHARACTER_VALUE);
+        } else if (bEmpty && (bKeepEmpty || hostkit::IsNumericType(sType))) {
+            decide(i, RowKind::Empty, hostkit::IsNumericType(sType) ? QRNP_MSG_EMPTY_NUMERIC_VALUE : QRNP_MSG_EMPTY_CHARACTER_VALUE);
         } else if (batch_.encodeFailed[i] != 0) {
             const std::wstring& text = value.text;
             uint32_t iMessage = kHostMsgCannotEncode;
-            if (IsNumericType(sType)) {
+            if (hostkit::IsNumericType(sType)) {
                 iMessage = kHostMsgNotANumber;
             } else if (text.size() > static_cast<size_t>(settings_.instance.iLength)) {
                 iMessage = kHostMsgTooLong;
-            } else if (!IsWideType(sType) && std::any_of(text.begin(), text.end(), [](wchar_t c) { return c > 0xFF; })) {
+            } else if (!hostkit::IsWideType(sType) && std::any_of(text.begin(), text.end(), [](wchar_t c) { return c > 0xFF; })) {
                 iMessage = kHostMsgNotSingleByte;
             }
             decide(i, RowKind::Rejected, iMessage);
@@ -128,7 +128,7 @@ ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values,
 
     kinds_.resize(nRows);
     if (outputs_.size() < nRows) outputs_.resize(nRows);
-    const bool bFixedWidth = IsFixedWidthType(settings_.instance.sDataType);
+    const bool bFixedWidth = hostkit::IsFixedWidthType(settings_.instance.sDataType);
     counts_.iRead += nRows;
     for (size_t i = 0; i < nRows; ++i) {
         RowKind kind = hostKinds_[i];
@@ -181,7 +181,7 @@ void MaskingSession::CollectMessages(uint64_t iFirstRecord, size_t nRows) {
         }
         Tally(message, bBound ? iFirstRecord + message.iRow - 1 : 0);
     }
-    if (pReport_ != nullptr) pReport_->WriteUnbound(rowMessages_);
+    if (pReport_ != nullptr) pReport_->WriteUnbound(settings_.place, rowMessages_);
     std::stable_sort(messagesByRow_.begin(), messagesByRow_.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
 
@@ -196,7 +196,7 @@ void MaskingSession::CollectMessages(uint64_t iFirstRecord, size_t nRows) {
                                     ? static_cast<int32_t>(hostMessages_[static_cast<size_t>(hostMessageOf_[i])].iMessage)
                                     : hostkit::ReadRowStatus(*instance_, batch_, static_cast<int>(i)).iStatus;
         if (iStatus != 0 || kinds_[i] == RowKind::Rejected)
-            pReport_->WriteRow(iFirstRecord + i, iStatus, kinds_[i] == RowKind::Rejected, rowMessages_);
+            pReport_->WriteRow(settings_.place, iFirstRecord + i, iStatus, kinds_[i] == RowKind::Rejected, rowMessages_);
     }
 }
 

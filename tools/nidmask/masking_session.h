@@ -63,6 +63,7 @@ struct SessionSettings {
     int iErrorLimit = 0;                // over the whole run; 0: none
     bool bFillNull = false;             // random: generate for NULL and empty rows too
     bool bShowValues = false;           // values in clear in the summary's texts
+    ReportWriter::Place place;          // the rule's table and column, for the report
 };
 
 enum class ServeResult {

@@ -46,7 +46,7 @@ std::string RenderMessage(const hostkit::Message& message, bool bShowValues) {
         // Type codes read better with their names: "9 (INTEGER)".
         if (name.find("DATATYPE") != std::string::npos && value.find_first_not_of("0123456789") == std::string::npos &&
             !value.empty() && value.size() < 6) {
-            const std::string typeName = ColumnTypeName(static_cast<int16_t>(std::stoi(value)));
+            const std::string typeName = hostkit::ColumnTypeName(static_cast<int16_t>(std::stoi(value)));
             if (typeName != value) value += " (" + typeName + ")";
         }
         return value;

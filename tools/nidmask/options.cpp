@@ -12,6 +12,7 @@
 
 #include "column_types.h"
 #include "number_text.h"
+#include "rules_file.h"
 
 namespace nidmask {
 
@@ -55,6 +56,7 @@ Examples:
   nidmask --country FR examples/fr.txt
   nidmask --country FR --validate --report report.jsonl examples/fr.txt -o masked.txt
   nidmask --country FR --format csv --column fr_nir examples/people.csv
+  nidmask --rules examples/people.rules.toml examples/people.csv
   nidmask --country US --method random --count 10
 )";
 
@@ -63,21 +65,12 @@ struct UsageError {
     std::string message;
 };
 
-uint16_t MethodValue(const std::string& name, const char* pOption) {
-    if (name == "mask") return QRNP_METHOD_MASK;
-    if (name == "random") return QRNP_METHOD_RANDOM;
-    uint64_t value = 0;
-    if (!ParseUnsigned(name, 0xFFFF, &value))
-        throw UsageError{std::string(pOption) + ": '" + name + "' is none of mask, random or a number 0-65535"};
-    return static_cast<uint16_t>(value);
-}
-
-Operand ParseRawOperand(const std::string& text) {
+hostkit::Operand ParseRawOperand(const std::string& text) {
     const size_t equals = text.find('=');
     uint64_t key = 0;
     uint64_t value = 0;
-    if (equals == std::string::npos || !ParseUnsigned(text.substr(0, equals), 0xFFFF, &key) ||
-        !ParseUnsigned(text.substr(equals + 1), 0xFFFFFFFF, &value))
+    if (equals == std::string::npos || !hostkit::ParseUnsigned(text.substr(0, equals), 0xFFFF, &key) ||
+        !hostkit::ParseUnsigned(text.substr(equals + 1), 0xFFFFFFFF, &value))
         throw UsageError{"--option: '" + text +
                          "' is not KEY=VALUE with a 16-bit KEY and a 32-bit VALUE (decimal or 0x-hex)"};
     return {static_cast<uint16_t>(key), static_cast<uint32_t>(value)};
@@ -86,25 +79,21 @@ Operand ParseRawOperand(const std::string& text) {
 // A check that the value is one of `names`; the help shows the names in the type name instead.
 CLI::Validator OneOf(std::vector<std::string> names) { return CLI::IsMember(std::move(names)).description(""); }
 
-bool IsNumber(const std::string& text) {
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+std::string Lower(std::string text) {
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
 }
 
-// The values as CLI11 leaves them, before they become Options.
+// The values as CLI11 leaves them, before they become Options: the
+// command line's own rule, and the file-wide settings given as text.
 struct RawValues {
+    ColumnRule rule;
     std::string format = "lines";
     std::string delimiter;
-    std::string method = "mask";
-    std::string ctrlMethod;
     std::string type;
     std::string onReject;
-    std::string country;
-    std::string switchText;
     std::vector<std::string> rawOperands;
-    NamedSettings named;
     uint64_t iCount = 0;
-    bool bValidate = false;
-    bool bPassInvalid = false;
     bool bHeader = false;
     bool bNoHeader = false;
 };
@@ -129,7 +118,7 @@ void AddInputOutput(CLI::App& app, Options& o, RawValues& v) {
         ->check(OneOf({",", ";", "|", "tab"}))
         ->group(kIo)
         ->type_name("C");
-    app.add_option("--column", o.rule.column,
+    app.add_option("--column", v.rule.column,
                    "csv: the column to mask, by header name or 1-based number (default 1); --db: the column name")
         ->group(kIo)
         ->type_name("NAME|N");
@@ -147,51 +136,58 @@ void AddInputOutput(CLI::App& app, Options& o, RawValues& v) {
                    "mask --column of --table of this SQLite database in place, in one transaction (all rows or none)")
         ->group(kIo)
         ->type_name("FILE");
-    app.add_option("--table", o.rule.table, "--db: the table")->group(kIo)->type_name("T");
+    app.add_option("--table", v.rule.table, "--db: the table")->group(kIo)->type_name("T");
+    app.add_option("--rules", o.rulesPath,
+                   "a TOML file of masking rules: several columns (and tables), each with its own country and "
+                   "settings, in one pass; settings given here override the file's")
+        ->group(kIo)
+        ->type_name("FILE");
+    app.add_flag("--explain", o.bExplain, "print the resolved rules and what each provider instance gets, then stop")
+        ->group(kIo);
     app.add_option("--batch", o.iBatch, "rows per batch (one Service call each)")
         ->check(CLI::Range(1, 1000000))
         ->group(kIo)
         ->type_name("N");
 }
 
-void AddMasking(CLI::App& app, Options& o, RawValues& v) {
-    app.add_option("--country", v.country, "FR, IT, UK (or GB), ES, US or CA, in any case")
+void AddMasking(CLI::App& app, RawValues& v) {
+    app.add_option("--country", v.rule.masking.country, "FR, IT, UK (or GB), ES, US or CA, in any case")
         ->group(kMasking)
         ->type_name("CC");
-    app.add_option("--method", v.method, "mask the values, or generate random ones")
+    app.add_option("--method", v.rule.masking.method, "mask the values, or generate random ones")
         ->check(OneOf({"mask", "random", "ctrl"}))
         ->group(kMasking)
         ->type_name("mask|random");
-    app.add_option("--parts", v.named.parts,
+    app.add_option("--parts", v.rule.masking.named.parts,
                    "what to mask besides what always changes, comma-separated: FR sex,year,month,dept,commune; IT "
                    "names,date,region; UK prefix; US area; CA head (default: the country's own choice)")
         ->group(kMasking)
         ->type_name("LIST");
-    app.add_option("--separator", v.named.separator,
+    app.add_option("--separator", v.rule.masking.named.separator,
                    "separators in the result: keep the source's, none, dot, dash or space (default: the country's)")
         ->check(OneOf({"keep", "none", "dot", "dash", "space"}))
         ->group(kMasking)
         ->type_name("keep|none|dot|dash|space");
-    app.add_option("--form", v.named.form, "UK: write the 3-part or the 5-part form")
+    app.add_option("--form", v.rule.masking.named.form, "UK: write the 3-part or the 5-part form")
         ->check(OneOf({"3", "5"}))
         ->group(kMasking)
         ->type_name("3|5");
-    app.add_option("--area-table", v.named.areaTable, "US: the table of areas in use")
+    app.add_option("--area-table", v.rule.masking.named.areaTable, "US: the table of areas in use")
         ->check(OneOf({"2006", "2008", "2010"}))
         ->group(kMasking)
         ->type_name("2006|2008|2010");
-    app.add_flag("--validate", v.bValidate, "validate fully (check characters, communes, areas) before masking")
+    app.add_flag("--validate", v.rule.masking.bValidate, "validate fully (check characters, communes, areas) before masking")
         ->group(kMasking);
-    app.add_flag("--pass-invalid", v.bPassInvalid, "copy invalid values through unchanged instead of rejecting them")
+    app.add_flag("--pass-invalid", v.rule.masking.bPassInvalid, "copy invalid values through unchanged instead of rejecting them")
         ->group(kMasking);
-    app.add_flag("--fill-null", o.rule.bFillNull, "--method random: generate for NULL and empty rows too")
+    app.add_flag("--fill-null", v.rule.bFillNull, "--method random: generate for NULL and empty rows too")
         ->group(kMasking);
     app.add_option("--type", v.type,
-                   std::string("the column type the provider sees: ") + ColumnTypeNames() +
+                   std::string("the column type the provider sees: ") + hostkit::ColumnTypeNames() +
                        " (default VARCHAR; with --db, INTEGER columns are U_LONG_LONG for CA and US)")
         ->group(kMasking)
         ->type_name("NAME");
-    app.add_option("--length", o.rule.iLength, "column length in characters (the fixed width of CHAR and WCHAR)")
+    app.add_option("--length", v.rule.masking.iLength, "column length in characters (the fixed width of CHAR and WCHAR)")
         ->check(CLI::Range(1, 8191))
         ->group(kMasking)
         ->type_name("N");
@@ -224,12 +220,12 @@ void AddReports(CLI::App& app, Options& o, RawValues& v) {
 }
 
 void AddEngine(CLI::App& app, Options& o, RawValues& v) {
-    app.add_option("--switch", v.switchText,
+    app.add_option("--switch", v.rule.masking.switchText,
                    "instead of --country: the country switch passed as it is (the provider reads its first two "
                    "letters, in any case)")
         ->group(kEngine)
         ->type_name("TEXT");
-    app.add_option("--ctrl-method", v.ctrlMethod,
+    app.add_option("--ctrl-method", v.rule.masking.ctrlMethod,
                    "with --method ctrl (Service method 0x1408: the control block's method decides): that method, "
                    "mask (0x1406), random (0x1407) or a number passed unchecked")
         ->group(kEngine)
@@ -240,7 +236,7 @@ void AddEngine(CLI::App& app, Options& o, RawValues& v) {
         ->type_name("KEY=VALUE")
         ->default_str("")
         ->allow_extra_args(false);  // one value per --option: INPUT may follow
-    app.add_flag("--in-place", o.rule.bInPlace, "source and destination are one buffer (destination flag clear)")
+    app.add_flag("--in-place", v.rule.masking.bInPlace, "source and destination are one buffer (destination flag clear)")
         ->group(kEngine);
     app.add_option("--trace", o.tracePath, "write the provider's trace of every entry point to FILE (mode 0600)")
         ->group(kEngine)
@@ -249,7 +245,7 @@ void AddEngine(CLI::App& app, Options& o, RawValues& v) {
 }
 
 // Conditions the "needs / excludes" table speaks of: an option given, or a
-// setting with a value.
+// setting with a value (after the rules file is read).
 struct Condition {
     const char* pText;                          // how messages name it
     std::function<bool(const CLI::App&, const Options&)> holds;
@@ -259,14 +255,22 @@ Condition Given(const char* pName) {
     return {pName, [pName](const CLI::App& app, const Options&) { return app.count(pName) > 0; }};
 }
 
+bool AnyRule(const Options& o, bool (*pTest)(const ColumnRule&)) {
+    for (const ColumnRule& rule : o.rules)
+        if (pTest(rule)) return true;
+    return false;
+}
+
 const Condition kCsv{"--format csv or tsv",
                      [](const CLI::App&, const Options& o) { return o.format == InputFormat::Csv; }};
 const Condition kCsvOrDb{"--format csv or --db", [](const CLI::App&, const Options& o) {
                              return o.format == InputFormat::Csv || !o.dbPath.empty();
                          }};
-const Condition kRandom{"--method random", [](const CLI::App&, const Options& o) { return o.rule.IsRandom(); }};
+const Condition kRandom{"--method random", [](const CLI::App&, const Options& o) {
+                            return AnyRule(o, [](const ColumnRule& r) { return r.IsRandom(); });
+                        }};
 const Condition kCtrl{"--method ctrl", [](const CLI::App&, const Options& o) {
-                          return o.rule.sServiceMethod == QRNP_METHOD_CTRLBLK;
+                          return AnyRule(o, [](const ColumnRule& r) { return r.masking.method == "ctrl"; });
                       }};
 const Condition kInput{"INPUT", [](const CLI::App&, const Options& o) { return !o.input.empty(); }};
 
@@ -280,6 +284,11 @@ const std::vector<Relation>& Relations() {
     static const std::vector<Relation> relations = {
         {Given("--quiet"), false, Given("--progress")},
         {Given("--country"), false, Given("--switch")},
+        {Given("--rules"), false, Given("--country")},
+        {Given("--rules"), false, Given("--switch")},
+        {Given("--rules"), false, Given("--column")},
+        {Given("--rules"), false, Given("--table")},
+        {Given("--rules"), false, Given("--count")},
         {Given("--db"), false, kInput},
         {Given("--db"), false, Given("--output")},
         {Given("--db"), false, Given("--format")},
@@ -288,8 +297,6 @@ const std::vector<Relation>& Relations() {
         {Given("--db"), false, Given("--no-header")},
         {Given("--db"), false, Given("--null")},
         {Given("--db"), false, Given("--count")},
-        {Given("--db"), true, Given("--table")},
-        {Given("--db"), true, Given("--column")},
         {Given("--table"), true, Given("--db")},
         {Given("--header"), false, Given("--no-header")},
         {Given("--header"), true, kCsv},
@@ -316,28 +323,15 @@ void CheckRelations(const CLI::App& app, const Options& o) {
     }
 }
 
-// The settings CLI11 leaves as text, made into Options.
-void ResolveValues(const CLI::App& app, const RawValues& v, Options& o) {
-    ColumnRule& rule = o.rule;
-    o.format = v.format == "lines" ? InputFormat::Lines : InputFormat::Csv;
-    o.cDelimiter = v.format == "tsv" ? '\t' : v.delimiter == "tab" ? '\t' : v.delimiter.empty() ? ',' : v.delimiter[0];
-    o.header = v.bHeader ? HeaderMode::Header : v.bNoHeader ? HeaderMode::NoHeader : HeaderMode::Auto;
-    rule.sProcFlags = static_cast<uint16_t>((v.bValidate ? 1 : 0) | (v.bPassInvalid ? 2 : 0));
-    if (v.method == "ctrl") {
-        rule.sServiceMethod = QRNP_METHOD_CTRLBLK;
-        rule.sCtrlMethod = v.ctrlMethod.empty() ? QRNP_METHOD_MASK : MethodValue(v.ctrlMethod, "--ctrl-method");
-    } else {
-        rule.sServiceMethod = rule.sCtrlMethod = MethodValue(v.method, "--method");
-    }
-    if (app.count("--count") > 0) {
-        o.count = v.iCount;
-        rule.bFillNull = true;  // the rows have no source: generate for each
-    }
+// The command line's rule: its text settings made values.
+void ResolveCommandLineRule(const CLI::App& app, RawValues& v) {
+    ColumnRule& rule = v.rule;
+    rule.origin = "the command line";
     if (!v.type.empty()) {
         int16_t sType = 0;
-        if (!ParseColumnType(v.type, &sType))
-            throw UsageError{"--type: '" + v.type + "' is none of " + ColumnTypeNames() + " or a number"};
-        rule.dataType = sType;
+        if (!hostkit::ParseColumnType(v.type, &sType))
+            throw UsageError{"--type: '" + v.type + "' is none of " + hostkit::ColumnTypeNames() + " or a number"};
+        rule.masking.dataType = sType;
     }
     if (!v.onReject.empty()) {
         rule.onReject = v.onReject == "drop"    ? RejectAction::Drop
@@ -345,37 +339,102 @@ void ResolveValues(const CLI::App& app, const RawValues& v, Options& o) {
                         : v.onReject == "null"  ? RejectAction::Null
                                                 : RejectAction::Fail;
     }
+    for (const std::string& raw : v.rawOperands) rule.masking.rawOperands.push_back(ParseRawOperand(raw));
+    if (app.count("--count") > 0) rule.bFillNull = true;  // the rows have no source: generate for each
+    if (app.count("--switch") > 0 && rule.masking.switchText.empty()) throw UsageError{"--switch: empty country switch"};
 }
 
-// The country: --country names one of the six (exit 2 otherwise); --switch
-// hands any text to the provider.
-void ResolveCountry(const RawValues& v, Options& o) {
-    if (!v.switchText.empty()) {
-        o.rule.countrySwitch = v.switchText;
+// Rule settings given on the command line override every rule of the file.
+void OverrideRule(const CLI::App& app, const ColumnRule& cli, ColumnRule* pRule) {
+    hostkit::MaskingSettings& m = pRule->masking;
+    const hostkit::MaskingSettings& c = cli.masking;
+    const auto given = [&](const char* pName) { return app.count(pName) > 0; };
+    if (given("--method")) m.method = c.method;
+    if (given("--ctrl-method")) m.ctrlMethod = c.ctrlMethod;
+    if (given("--validate")) m.bValidate = c.bValidate;
+    if (given("--pass-invalid")) m.bPassInvalid = c.bPassInvalid;
+    if (given("--parts")) m.named.parts = c.named.parts;
+    if (given("--separator")) m.named.separator = c.named.separator;
+    if (given("--form")) m.named.form = c.named.form;
+    if (given("--area-table")) m.named.areaTable = c.named.areaTable;
+    if (given("--type")) m.dataType = c.dataType;
+    if (given("--length")) m.iLength = c.iLength;
+    if (given("--in-place")) m.bInPlace = c.bInPlace;
+    if (given("--option")) m.rawOperands.insert(m.rawOperands.end(), c.rawOperands.begin(), c.rawOperands.end());
+    if (given("--on-reject")) pRule->onReject = cli.onReject;
+    if (given("--fill-null")) pRule->bFillNull = cli.bFillNull;
+}
+
+// The rules: the file's, with the command line's settings over them, or the
+// command line's own. File-wide settings of the file apply unless the command
+// line gives them.
+void ReadRules(const CLI::App& app, RawValues& v, Options& o) {
+    if (o.rulesPath.empty()) {
+        if (v.rule.masking.country.empty() && v.rule.masking.switchText.empty())
+            throw UsageError{"--country is required (FR, IT, UK, ES, US or CA), or --rules"};
+        o.rules = {v.rule};
         return;
     }
-    if (v.country.empty()) throw UsageError{"--country is required (FR, IT, UK, ES, US or CA)"};
-    o.rule.countrySwitch = CountryCode(v.country);
-    if (o.rule.countrySwitch.empty())
-        throw UsageError{"--country: '" + v.country + "' is none of FR, IT, UK (or GB), ES, US, CA"};
-}
-
-// Checks that look at values rather than at which options were given.
-void CheckValues(const CLI::App& app, const RawValues& v, Options& o) {
-    const ColumnRule& rule = o.rule;
-    if (!o.dbPath.empty() && rule.onReject == RejectAction::Drop)
-        throw UsageError{"--on-reject drop cannot leave a row out of a table; --db takes fail, null or empty"};
-    if (o.header == HeaderMode::NoHeader && app.count("--column") > 0 && !IsNumber(rule.column))
-        throw UsageError{"--column " + rule.column + ": with --no-header columns are chosen by number"};
-    if (o.format == InputFormat::Csv && app.count("--column") > 0 && rule.column.empty())
-        throw UsageError{"--column: empty column name"};
-    if (app.count("--switch") > 0 && v.switchText.empty()) throw UsageError{"--switch: empty country switch"};
-}
-
-void ParseOperands(const RawValues& v, Options& o) {
+    RulesFileSettings file;
     std::string error;
-    if (!AppendNamedOperands(o.rule.countrySwitch, v.named, &o.rule.operands, &error)) throw UsageError{error};
-    for (const std::string& raw : v.rawOperands) o.rule.operands.push_back(ParseRawOperand(raw));
+    if (!ReadRulesFile(o.rulesPath, &file, &o.rules, &error)) throw UsageError{error};
+    for (ColumnRule& rule : o.rules) OverrideRule(app, v.rule, &rule);
+    if (file.format && app.count("--format") == 0) v.format = *file.format;
+    if (file.cDelimiter && app.count("--delimiter") == 0)
+        v.delimiter = *file.cDelimiter == '\t' ? "tab" : std::string(1, *file.cDelimiter);
+    if (file.bHeader && app.count("--header") == 0 && app.count("--no-header") == 0)
+        (*file.bHeader ? v.bHeader : v.bNoHeader) = true;
+    if (file.nullText && app.count("--null") == 0) o.nullText = *file.nullText;
+    if (file.iBatch && app.count("--batch") == 0) o.iBatch = *file.iBatch;
+}
+
+void ResolveFileWide(const CLI::App& app, const RawValues& v, Options& o) {
+    o.format = v.format == "lines" ? InputFormat::Lines : InputFormat::Csv;
+    o.cDelimiter = v.format == "tsv" ? '\t' : v.delimiter == "tab" ? '\t' : v.delimiter.empty() ? ',' : v.delimiter[0];
+    o.header = v.bHeader ? HeaderMode::Header : v.bNoHeader ? HeaderMode::NoHeader : HeaderMode::Auto;
+    if (app.count("--count") > 0) o.count = v.iCount;
+}
+
+// Checks of each rule, and between rules: every rule resolves, a column has
+// one rule, and the United States rules agree on the area table the whole
+// process uses.
+void CheckRules(const Options& o) {
+    const ColumnRule* pUsRule = nullptr;
+    int iUsTable = 0;
+    for (size_t i = 0; i < o.rules.size(); ++i) {
+        const ColumnRule& rule = o.rules[i];
+        const std::string where = o.rulesPath.empty() ? "" : rule.origin + ": ";
+        hostkit::ResolvedMasking resolved;
+        std::string error;
+        if (!hostkit::ResolveMasking(rule.masking, VARCHAR, &resolved, &error)) throw UsageError{where + error};
+        if (!o.dbPath.empty() && rule.onReject == RejectAction::Drop)
+            throw UsageError{where + "on-reject drop cannot leave a row out of a table; a database takes fail, null "
+                                     "or empty"};
+        if (!o.dbPath.empty() && (rule.table.empty() || rule.column.empty()))
+            throw UsageError{o.rulesPath.empty() ? std::string("--db needs --table and --column")
+                                                 : where + "a database rule needs a table and a column"};
+        if (o.format == InputFormat::Csv && o.dbPath.empty() && !o.rulesPath.empty() && rule.column.empty())
+            throw UsageError{where + "the rule has no column"};
+        if (o.header == HeaderMode::NoHeader && !rule.column.empty() &&
+            rule.column.find_first_not_of("0123456789") != std::string::npos)
+            throw UsageError{where + "--column " + rule.column + ": with --no-header columns are chosen by number"};
+        if (const int iTable = hostkit::UsAreaTable(resolved); iTable != 0) {
+            if (pUsRule != nullptr && iTable != iUsTable)
+                throw UsageError{pUsRule->origin + " and " + rule.origin + " need the " + std::to_string(iUsTable) +
+                                 " and the " + std::to_string(iTable) +
+                                 " US area tables: one process masks with one table (split the run)"};
+            pUsRule = &rule;
+            iUsTable = iTable;
+        }
+        for (size_t k = 0; k < i; ++k) {
+            const ColumnRule& other = o.rules[k];
+            if (Lower(other.table) == Lower(rule.table) && Lower(other.column) == Lower(rule.column))
+                throw UsageError{other.origin + " and " + rule.origin + " both mask column " + rule.Label()};
+        }
+    }
+    if (o.rules.size() > 1 && o.dbPath.empty() && o.format == InputFormat::Lines)
+        throw UsageError{o.rulesPath + ": " + std::to_string(o.rules.size()) +
+                         " rules for lines input, which has one column: use --format csv, or one rule"};
 }
 
 int PrintUsageError(const std::string& message) {
@@ -385,37 +444,28 @@ int PrintUsageError(const std::string& message) {
 
 }  // namespace
 
-std::string CountryCode(const std::string& name) {
-    std::string upper;
-    for (const char c : name) upper += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    if (upper == "GB") return "UK";
-    for (const char* pCode : {"FR", "IT", "UK", "ES", "US", "CA"})
-        if (upper == pCode) return pCode;
-    return "";
-}
-
 ParsedCommandLine ParseCommandLine(int argc, char** argv) {
     Options o;
     RawValues v;
     CLI::App app{"nidmask: masks national identification numbers (FR, IT, UK, ES, US, CA) in text files, CSV files\n"
                  "and SQLite tables, deterministically and keeping their format, or generates random ones.",
                  "nidmask"};
-    app.footer(std::string(kFooter) + "\n" + NamedSettingsHelp() + kExamples);
+    app.footer(std::string(kFooter) + "\n" + hostkit::NamedSettingsHelp() + kExamples);
     app.option_defaults()->always_capture_default();
     app.set_version_flag("--version", "nidmask " NIDMASK_VERSION);
     app.get_formatter()->column_width(36);
     AddInputOutput(app, o, v);
-    AddMasking(app, o, v);
+    AddMasking(app, v);
     AddReports(app, o, v);
     AddEngine(app, o, v);
 
     try {
         app.parse(argc, argv);
-        ResolveValues(app, v, o);
+        ResolveCommandLineRule(app, v);
+        ReadRules(app, v, o);
+        ResolveFileWide(app, v, o);
         CheckRelations(app, o);
-        ResolveCountry(v, o);
-        CheckValues(app, v, o);
-        ParseOperands(v, o);
+        CheckRules(o);
     } catch (const CLI::CallForHelp&) {
         std::cout << app.help();
         return {std::nullopt, 0};

@@ -30,8 +30,10 @@ struct Options {
     int iBatch = 1000;
     int iErrorLimit = 0;
 
-    // The masked column.
-    ColumnRule rule;
+    // The masked columns: the rules file's, or the command line's one.
+    std::vector<ColumnRule> rules;
+    std::string rulesPath;
+    bool bExplain = false;              // print the resolved rules and stop
 
     // Reports.
     std::string reportPath;
@@ -41,9 +43,9 @@ struct Options {
     bool bShowValues = false;           // identifiers in clear on standard error and in the report
     std::string providerPath;           // "": the default path
 
-    // What the rule's rejected rows become: its own setting, else fail in a
+    // What a rule's rejected rows become: its own setting, else fail in a
     // database and empty in a file.
-    RejectAction OnReject() const {
+    RejectAction OnReject(const ColumnRule& rule) const {
         return rule.onReject.value_or(dbPath.empty() ? RejectAction::Empty : RejectAction::Fail);
     }
 };
@@ -53,13 +55,9 @@ struct ParsedCommandLine {
     int iExitCode = 0;                  // otherwise: 0 after --help or --version, 2 after an error
 };
 
-// Parses argv. Help and version texts go to standard output, errors to
-// standard error.
+// Parses argv and reads the rules file. Help and version texts go to
+// standard output, errors to standard error.
 ParsedCommandLine ParseCommandLine(int argc, char** argv);
-
-// The country a --country value names: FR, IT, UK, ES, US or CA in any case,
-// and GB for the United Kingdom. "" for anything else.
-std::string CountryCode(const std::string& name);
 
 }  // namespace nidmask
 

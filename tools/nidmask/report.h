@@ -3,6 +3,8 @@
 // row:
 //   {"row":N,"status":S,"rejected":B,"messages":[{"id":4405,"tokens":{"SRCDATA":"..."},"text":"..."}]}
 //   {"row":0,"messages":[...]}
+// With a rule's place given, each object names it first:
+//   {"table":"person","column":"fr_nir","row":N,...}
 #ifndef NIDMASK_REPORT_H
 #define NIDMASK_REPORT_H
 
@@ -22,13 +24,20 @@ public:
     bool Open(const std::string& path, bool bShowValues, std::string* pError);
     bool IsOpen() const { return bOpen_; }
 
-    void WriteRow(uint64_t iRow, int32_t iStatus, bool bRejected, const std::vector<const hostkit::Message*>& messages);
-    void WriteUnbound(const std::vector<const hostkit::Message*>& messages);
+    // Where the messages come from: a table ("" for files) and a column ("" for lines).
+    struct Place {
+        std::string table;
+        std::string column;
+    };
+    void WriteRow(const Place& place, uint64_t iRow, int32_t iStatus, bool bRejected,
+                  const std::vector<const hostkit::Message*>& messages);
+    void WriteUnbound(const Place& place, const std::vector<const hostkit::Message*>& messages);
 
     // Flushes and closes. False with a message.
     bool Close(std::string* pError);
 
 private:
+    void AppendPlace(const Place& place);
     void AppendMessages(const std::vector<const hostkit::Message*>& messages);
 
     OutputFile file_;

@@ -16,13 +16,17 @@ struct RunContext {
     ReportWriter* pReport;
 };
 
+// Prints each rule, resolved: where it applies and what its provider
+// instance gets (--explain).
+void ExplainRules(const Options& options);
+
 // One value per line from INPUT (or --count rows without a source), one result per line out.
 int RunLines(const RunContext& context);
 
-// A column of a delimited file; every other byte copied unchanged.
+// The rules' columns of a delimited file, in one pass; every other byte copied unchanged.
 int RunCsv(const RunContext& context);
 
-// A column of a SQLite table, updated in place in one transaction.
+// The rules' columns of SQLite tables, updated in place in one transaction: all or none.
 int RunDatabase(const RunContext& context);
 
 }  // namespace nidmask

@@ -6,7 +6,7 @@
 
 #include <qrnp/qrnp.h>
 
-namespace nidmask {
+namespace hostkit {
 
 namespace {
 
@@ -79,7 +79,7 @@ bool PartsValue(const CountryKeys& country, const std::string& list, uint32_t* p
             }
         }
         if (!bFound) {
-            *pError = "--parts: '" + name + "' is not a part of a " + country.pCode + " identifier (parts: " +
+            *pError = "parts: '" + name + "' is not a part of a " + country.pCode + " identifier (parts: " +
                       PartNames(country) + ")";
             return false;
         }
@@ -106,7 +106,7 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
     const std::string code = SwitchCountry(countrySwitch);
     const CountryKeys* pCountry = FindCountry(code);
     if (pCountry == nullptr) {
-        *pError = "--parts, --separator, --form and --area-table need a --country of FR, IT, UK, ES, US or CA (got '" +
+        *pError = "parts, separator, form and area table need a country of FR, IT, UK, ES, US or CA (got '" +
                   countrySwitch + "')";
         return false;
     }
@@ -115,7 +115,7 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
 
     if (!settings.parts.empty()) {
         if (pCountry->sPartsKey == 0) {
-            *pError = std::string("--parts: ") + pCountry->pCode + " has no parts to choose";
+            *pError = std::string("parts: ") + pCountry->pCode + " has no parts to choose";
             return false;
         }
         uint32_t value = 0;
@@ -131,24 +131,24 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
             }
         }
         if (!bFound) {
-            *pError = "--separator: '" + settings.separator + "' is none of keep, none, dot, dash, space";
+            *pError = "separator: '" + settings.separator + "' is none of keep, none, dot, dash, space";
             return false;
         }
     }
     if (!settings.form.empty()) {
         if (pCountry->sFormKey == 0) {
-            *pError = std::string("--form applies to UK identifiers only, not ") + pCountry->pCode;
+            *pError = std::string("form applies to UK identifiers only, not ") + pCountry->pCode;
             return false;
         }
         if (settings.form != "3" && settings.form != "5") {
-            *pError = "--form: '" + settings.form + "' is neither 3 nor 5";
+            *pError = "form: '" + settings.form + "' is neither 3 nor 5";
             return false;
         }
         Put(operands, iFirstNamed, pCountry->sFormKey, settings.form == "3" ? 1u : 2u);
     }
     if (!settings.areaTable.empty()) {
         if (pCountry->sAreaTableKey == 0) {
-            *pError = std::string("--area-table applies to US identifiers only, not ") + pCountry->pCode;
+            *pError = std::string("area table applies to US identifiers only, not ") + pCountry->pCode;
             return false;
         }
         uint32_t value = 0;
@@ -157,7 +157,7 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
         } else if (settings.areaTable == "2008") {
             value = 4;
         } else if (settings.areaTable != "2010") {
-            *pError = "--area-table: '" + settings.areaTable + "' is none of 2006, 2008, 2010";
+            *pError = "area table: '" + settings.areaTable + "' is none of 2006, 2008, 2010";
             return false;
         }
         Put(operands, iFirstNamed, pCountry->sAreaTableKey, value);
@@ -186,4 +186,4 @@ std::string NamedSettingsHelp() {
     return text;
 }
 
-}  // namespace nidmask
+}  // namespace hostkit
