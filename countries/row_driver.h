@@ -40,6 +40,12 @@ struct RowContext {
     int64_t lScratch[4];              // per-row state of the country's hooks
 };
 
+// True when the instance follows the identifiers' current official rules
+// (extension operand 0x1920).
+inline bool OfficialRules(const RowContext& ctx) {
+    return (ctx.pNidCtrlBlk->iExtensions & QRNP_EXT_OFFICIAL_RULES) != 0;
+}
+
 // One row through the flow. Returns 0 (served, or passed through as empty or
 // blank) or the message number of the failure (the cell's status too).
 uint32_t RunRowDriver(const CountryDriver& country, uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow,

@@ -1,5 +1,8 @@
 #include "countries/es/QRNPNidEsS.h"
 
+#include <cstdlib>
+#include <string_view>
+
 #include "common/trace.h"
 #include "countries/country_setup.h"
 #include "countries/es/QRNPNidEsAlgo.h"
@@ -16,10 +19,15 @@ enum Scratch {
     kMark = 0,      // the eight-digit mark
     kDigitStart,    // where the digits start in the trimmed working string
     kDigitCount,    // 7 or 8
-    kIsNIE          // the value starts with the NIE prefix
+    kIsNIE          // 0 a NIF; an NIE: 1 + its letter's place in kNieLetters
 };
 
 CountryOptionBlock* SpanishBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->blockA; }
+
+// The NIE letters (the official rules know all three; otherwise X alone),
+// and the weight of the letter's place in front of the seven digits.
+constexpr wchar_t kNieLetters[3] = {L'X', L'Y', L'Z'};
+constexpr uint64_t kNieLetterWeight = 10000000;
 
 constexpr uint8_t kSeparatorSlot = 2;
 
@@ -34,14 +42,15 @@ wchar_t SeparatorOf(uint64_t lFlags) {
     return 0;
 }
 
-// Writes the identifier into pOut: "X", separator, digits, separator, letter
-// for an NIE; digits, separator, letter for a NIF; no separator when sep is
-// 0. Every character is written, so the destination gets the whole
+// Writes the identifier into pOut: the NIE letter, separator, digits,
+// separator, letter for an NIE; digits, separator, letter for a NIF (no NIE
+// letter, 0); no separator when sep is 0. Every character is written, so the destination gets the whole
 // identifier (an eight-digit NIF included).
-void AssembleOutput(wchar_t* pOut, bool bNIE, const wchar_t* pDigits, int32_t iDigits, wchar_t sep, char letter) {
+void AssembleOutput(wchar_t* pOut, wchar_t nieLetter, const wchar_t* pDigits, int32_t iDigits, wchar_t sep,
+                    char letter) {
     int32_t i = 0;
-    if (bNIE) {
-        pOut[i++] = prefix;
+    if (nieLetter != 0) {
+        pOut[i++] = nieLetter;
         if (sep != 0) pOut[i++] = sep;
     }
     for (int32_t d = 0; d < iDigits; ++d) pOut[i++] = pDigits[d];
@@ -144,9 +153,54 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
                           {RowToken::Value, RowToken::Country});
 }
 
+wchar_t Upper(wchar_t c) { return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - L'a' + L'A') : c; }
+
+// The layouts under the official rules: a DNI of eight digits and its
+// letter, or an NIE of X, Y or Z, seven digits and its letter, each compact
+// or with one separator kind before the letter (and after the NIE letter);
+// letters in either case. Seven-digit NIFs do not exist (4405).
+uint32_t CheckOfficialLayout(RowContext& ctx) {
+    wchar_t* s = ctx.pInBuf;
+    const int32_t L = ctx.iInLength;
+    const int32_t iNie = L > 0 ? static_cast<int32_t>(std::wstring_view(L"XYZ").find(Upper(s[0]))) + 1 : 0;
+    const bool bNIE = iNie > 0 && iNie <= 3;
+    const int32_t iCompact = bNIE ? 9 : ES_COMPACT_LEN;
+    if (L < iCompact || L > iCompact + (bNIE ? 2 : 1))
+        return ReportRowError(ctx, QRNP_MSG_INVALID_LENGTH, "Invalid source length",
+                              {RowToken::Value, RowToken::Length, RowToken::Country});
+    // Separators: before the control letter, and for an NIE after its letter
+    // too; one kind in one value.
+    wchar_t sep = L'\0';
+    const bool bAfterNie = bNIE && L > iCompact && IsSeparator(s[1]);
+    const bool bBeforeLetter = L > iCompact && IsSeparator(s[L - 2]);
+    if (L > iCompact) {
+        sep = bAfterNie ? s[1] : s[L - 2];
+        if (static_cast<int32_t>(bAfterNie) + static_cast<int32_t>(bBeforeLetter) != L - iCompact ||
+            (bAfterNie && bBeforeLetter && s[1] != s[L - 2]))
+            return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
+                                  {RowToken::Value, RowToken::Country});
+    }
+    const int32_t iStart = bNIE ? (bAfterNie ? 2 : 1) : 0;
+    const int32_t iCount = bNIE ? ES_DIGITS_SHORT : ES_DIGITS_LONG;
+    int32_t iNumber = 0;
+    if (QRNPCnvWVarcharSzToInt(s, &iNumber, iStart, iCount) != 0 || !IsAlnum(s[L - 1]))
+        return ReportRowError(ctx, QRNP_MSG_INVALID_SOURCE_DATA, "Invalid source data",
+                              {RowToken::Value, RowToken::Country});
+    const uint64_t lLetterNumber =
+        (bNIE ? static_cast<uint64_t>(iNie - 1) * kNieLetterWeight : 0) + static_cast<uint64_t>(iNumber);
+    if ((ctx.pCtrlBlk->sProcFlags & QRNP_PROC_VALIDATE_FULLY) != 0 &&
+        Upper(s[L - 1]) != static_cast<wchar_t>(ControlLetter(lLetterNumber)))
+        return ReportRowError(ctx, QRNP_MSG_ES_INVALID_SUFFIX, "Invalid suffix", {RowToken::Value});
+    NoteSourceSeparator(ctx, sep);
+    ctx.lScratch[kDigitStart] = iStart;
+    ctx.lScratch[kDigitCount] = iCount;
+    ctx.lScratch[kIsNIE] = bNIE ? iNie : 0;
+    return 0;
+}
+
 uint32_t CheckLayout(RowContext& ctx) {
     TRC_ENTRY(kComponent, "CheckLayout");
-    const uint32_t iCode = CheckLayoutImpl(ctx);
+    const uint32_t iCode = OfficialRules(ctx) ? CheckOfficialLayout(ctx) : CheckLayoutImpl(ctx);
     TRC_EXIT(kComponent, "CheckLayout", iCode);
     return iCode;
 }
@@ -165,9 +219,13 @@ uint32_t Mask(RowContext& ctx) {
         n = n * 10 + static_cast<uint64_t>(masked[i]);
         digits[i] = static_cast<wchar_t>(L'0' + masked[i]);
     }
-    const char suffix = ControlLetter(n);
     TRC_VAR(kComponent, "n", KNL_TRC_U64, &n);
-    AssembleOutput(ctx.pOutBuf, ctx.lScratch[kIsNIE] != 0, digits, iCount, SeparatorOf(ctx.lRowFlags), suffix);
+    // Under the official rules the letter counts the NIE's X, Y or Z as 0, 1 or 2 before the digits.
+    const int64_t iNie = ctx.lScratch[kIsNIE];
+    const uint64_t lLetterNumber = iNie > 1 ? static_cast<uint64_t>(iNie - 1) * kNieLetterWeight + n : n;
+    const char suffix = ControlLetter(lLetterNumber);
+    AssembleOutput(ctx.pOutBuf, iNie != 0 ? kNieLetters[iNie - 1] : L'\0', digits, iCount, SeparatorOf(ctx.lRowFlags),
+                   suffix);
     TRC_EXIT(kComponent, "Mask", 0);
     return 0;
 }
@@ -198,12 +256,23 @@ uint32_t Random(RowContext& ctx) {
     }
 
     const bool bNIE = n <= ES_RANDOM_NIE_MAX;
-    const int32_t iWidth = bNIE ? ES_DIGITS_SHORT : iCount;
+    // Under the official rules a NIF has eight digits and a NIE any of X, Y and Z.
+    const bool bOfficial = OfficialRules(ctx);
+    const int32_t iWidth = bNIE ? ES_DIGITS_SHORT : bOfficial ? ES_DIGITS_LONG : iCount;
     wchar_t digits[ES_DIGITS_LONG];
     const int32_t iPad = iWidth - iTextLen;
     for (int32_t i = 0; i < iWidth; ++i) digits[i] = i < iPad ? L'0' : text[i - iPad];
+    const int32_t iNieLetter = bNIE && bOfficial ? std::rand() % 3 : 0;
+    char letter = iNieLetter > 0 ? ControlLetter(static_cast<uint64_t>(iNieLetter) * kNieLetterWeight + n) : suffix;
+    if (bOfficial && !bNIE && iCount == ES_DIGITS_SHORT) {
+        // An eighth digit in front of the seven drawn.
+        const int iFirst = std::rand() % 10;
+        digits[0] = static_cast<wchar_t>(L'0' + iFirst);
+        letter = ControlLetter(static_cast<uint64_t>(iFirst) * kNieLetterWeight + n);
+    }
     // No per-row bits were added: the option flags alone choose the separator.
-    AssembleOutput(ctx.pOutBuf, bNIE, digits, iWidth, SeparatorOf(ctx.lRowFlags), suffix);
+    AssembleOutput(ctx.pOutBuf, bNIE ? kNieLetters[iNieLetter] : L'\0', digits, iWidth, SeparatorOf(ctx.lRowFlags),
+                   letter);
     TRC_VAR(kComponent, "pOutBuf", KNL_TRC_WSTR, ctx.pOutBuf);
     TRC_EXIT(kComponent, "Random", 0);
     return 0;

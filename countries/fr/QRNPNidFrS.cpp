@@ -19,20 +19,41 @@ constexpr uint8_t kSeparatorSlot = 2;
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 wchar_t Upper(wchar_t c) { return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - L'a' + L'A') : c; }
 
+// The printed form (official rules): blanks at their six places, none
+// elsewhere. Leaves the compact form.
+bool ReadPrintedForm(RowContext& ctx) {
+    wchar_t* s = ctx.pInBuf;
+    int32_t iBlanks = 0;
+    for (int32_t i = 0; i < FR_INSEE_PRINTED_LEN; ++i) {
+        const bool bPlace = iBlanks < 6 && FR_PRINTED_BLANKS[iBlanks] == i;
+        if ((s[i] == L' ') != bPlace) return false;
+        iBlanks += bPlace ? 1 : 0;
+    }
+    for (int32_t k = 5; k >= 0; --k) RemoveCharAt(s, &ctx.iInLength, FR_PRINTED_BLANKS[k]);
+    KeepSourceStyle(ctx, FR_FLAG_PRINTED);
+    return true;
+}
+
 uint32_t CheckLayout(RowContext& ctx) {
     wchar_t* s = ctx.pInBuf;
-    if (ctx.iInLength != FR_INSEE_LEN && ctx.iInLength != FR_INSEE_SEPARATED_LEN)
-        return ReportRowError(ctx, QRNP_MSG_INVALID_LENGTH, nullptr,
-                              {RowToken::Value, RowToken::Length, RowToken::Country});
-    if (ctx.iInLength == FR_INSEE_SEPARATED_LEN) {
+    const bool bOfficial = OfficialRules(ctx);
+    if (bOfficial) ctx.lRowFlags |= FR_FLAG_OFFICIAL;
+    if (bOfficial && ctx.iInLength == FR_INSEE_PRINTED_LEN) {
+        if (!ReadPrintedForm(ctx))
+            return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
+                                  {RowToken::Value, RowToken::Country});
+    } else if (ctx.iInLength == FR_INSEE_SEPARATED_LEN) {
         const wchar_t sep = s[FR_POS_KEY];
         if (sep != L'-' && sep != L' ')
             return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
                                   {RowToken::Value, RowToken::Country});
         NoteSourceSeparator(ctx, sep);
         RemoveCharAt(s, &ctx.iInLength, FR_POS_KEY);
-    } else {
+    } else if (ctx.iInLength == FR_INSEE_LEN) {
         NoteSourceSeparator(ctx, L'\0');
+    } else {
+        return ReportRowError(ctx, QRNP_MSG_INVALID_LENGTH, nullptr,
+                              {RowToken::Value, RowToken::Length, RowToken::Country});
     }
     // Position 6 is settled by the department check below.
     for (int32_t i = 0; i < FR_INSEE_LEN; ++i) {
@@ -51,7 +72,8 @@ uint32_t CheckLayout(RowContext& ctx) {
     } else if (d0 == L'2' && d1 == L'B') {
         iDept = FR_DEPT_2B;
         ctx.lRowFlags |= FR_FLAG_ROW_2B;
-    } else if (!ReadDigits(s, FR_POS_DEPT, 2, &iDept) || iDept < 1 || iDept > 97 || iDept == 20 || iDept == 96) {
+    } else if (!ReadDigits(s, FR_POS_DEPT, 2, &iDept) || iDept < 1 || iDept == 20 || iDept == 96 ||
+               (iDept > 97 && !(bOfficial && iDept == FR_DEPT_ABROAD))) {
         return ReportRowError(ctx, QRNP_MSG_FR_INVALID_DEPT, "Invalid dept", {RowToken::Value});
     }
 
@@ -63,13 +85,18 @@ uint32_t CheckLayout(RowContext& ctx) {
 
     int32_t iCommune = 0;
     ReadDigits(s, FR_POS_COMMUNE, 3, &iCommune);
-    if (!CommuneIsValid(iDept, iCommune))
-        return ReportRowError(ctx, QRNP_MSG_FR_INVALID_COMMUNE, "Invalid commune", {RowToken::Value});
+    // Under the official rules a commune is any code 001-999 (people keep the
+    // code of the commune they were born in, whenever it existed), and a
+    // country of birth one of the list.
+    const bool bCommune = iDept == FR_DEPT_ABROAD ? IsBirthCountry(iCommune)
+                          : bOfficial             ? iCommune >= 1
+                                                  : CommuneIsValid(iDept, iCommune);
+    if (!bCommune) return ReportRowError(ctx, QRNP_MSG_FR_INVALID_COMMUNE, "Invalid commune", {RowToken::Value});
 
     const bool bCorsica = (ctx.lRowFlags & (FR_FLAG_ROW_2A | FR_FLAG_ROW_2B)) != 0;
     int32_t iKey = 0;
     int32_t iGivenKey = 0;
-    if (InseeKey(s, bCorsica, &iKey) != 0)
+    if ((bOfficial ? OfficialInseeKey(s, iDept, &iKey) : InseeKey(s, bCorsica, &iKey)) != 0)
         return ReportRowError(ctx, QRNP_MSG_SOURCE_CONVERSION, "Error in source conversion", {RowToken::Country});
     if (!ReadDigits(s, FR_POS_KEY, 2, &iGivenKey) || iGivenKey != iKey)
         return ReportRowError(ctx, QRNP_MSG_FR_INVALID_KEY, "Invalid check digit", {RowToken::Value});
@@ -84,13 +111,18 @@ uint32_t Mask(RowContext& ctx) {
 }
 
 uint32_t Random(RowContext& ctx) {
-    const uint32_t iCode = RandomINSEE(ctx.pOutBuf);
+    const uint32_t iCode = RandomINSEE(ctx.pOutBuf, OfficialRules(ctx));
     if (iCode != 0) return ReportRowError(ctx, iCode, "Failed to mask RandomINSEE", {RowToken::Country});
     return 0;
 }
 
-// The separator the row flags call for goes before the key.
+// The separator the row flags call for goes before the key (or, for the
+// printed form, a blank between every group).
 uint32_t FormatOutput(RowContext& ctx) {
+    if (ctx.lRowFlags & FR_FLAG_PRINTED) {
+        for (const int32_t iPos : FR_PRINTED_BLANKS) InsertCharAt(ctx.pOutBuf, iPos, L' ');
+        return 0;
+    }
     if (ctx.lRowFlags & FR_FLAG_HYPHEN)
         InsertCharAt(ctx.pOutBuf, FR_POS_KEY, L'-');
     else if (ctx.lRowFlags & FR_FLAG_BLANK)

@@ -98,7 +98,7 @@ uint32_t Mask(RowContext& ctx) {
 }
 
 uint32_t Random(RowContext& ctx) {
-    const uint32_t iCode = RandomCF(ctx.pOutBuf);
+    const uint32_t iCode = RandomCF(ctx.pOutBuf, OfficialRules(ctx));
     if (iCode != 0) return ReportRowError(ctx, iCode, "Failed to mask RandomCF", {RowToken::Country});
     return 0;
 }

@@ -117,7 +117,10 @@ uint32_t CheckLayout(RowContext& ctx) {
 
     if (const uint32_t iCode = ReadForm(ctx); iCode != 0) return iCode;
 
-    if (FindPrefix(s) < 0) return ReportRowError(ctx, QRNP_MSG_UK_INVALID_PREFIX, "Invalid prefix", {RowToken::Value});
+    const bool bOfficial = OfficialRules(ctx);
+    if (bOfficial) ctx.lRowFlags |= UK_FLAG_OFFICIAL;
+    if ((bOfficial ? FindOfficialPrefix(s) : FindPrefix(s)) < 0)
+        return ReportRowError(ctx, QRNP_MSG_UK_INVALID_PREFIX, "Invalid prefix", {RowToken::Value});
     int32_t iNumber = 0;
     if (QRNPCnvWVarcharSzToInt(s, &iNumber, UK_POS_NUMBER, UK_NUMBER_DIGITS) != 0)
         return ReportRowError(ctx, QRNP_MSG_UK_INVALID_NUMBER, "Invalid number part", {RowToken::Value});

@@ -43,6 +43,7 @@ uint32_t ReportFlagsError(CtrlBlk* pCtrlBlk, uint32_t iCode, uint16_t sValue, in
 
 uint32_t CheckLayout(RowContext& ctx) {
     wchar_t* s = ctx.pInBuf;
+    if (OfficialRules(ctx)) ctx.lRowFlags |= US_FLAG_OFFICIAL;
     // The working buffer never shrinks below its 104 set-up bytes, so nine digits fit.
     if (ctx.pBlock->bNumericSource) ZeroPadToNineDigits(ctx);
 
@@ -99,7 +100,7 @@ uint32_t Mask(RowContext& ctx) {
 
 uint32_t Random(RowContext& ctx) {
     int32_t iOut = 0;
-    const int32_t iRc = RandomSSN(&iOut, ctx.lRowFlags);
+    const int32_t iRc = RandomSSN(&iOut, ctx.lRowFlags | (OfficialRules(ctx) ? US_FLAG_OFFICIAL : 0));
     if (iRc != 0)
         return ReportRowError(ctx, static_cast<uint32_t>(iRc), "Failed to mask RandomSSN", {RowToken::Country});
     ctx.lScratch[kScratchResult] = iOut;

@@ -81,6 +81,7 @@ bool ResolveMasking(const MaskingSettings& settings, int16_t sDefaultType, Resol
     instance.bSeparateDestination = !settings.bInPlace;
     instance.operands.clear();
     if (!AppendNamedOperands(switchText, settings.named, &instance.operands, pError)) return false;
+    if (settings.bOfficial) instance.operands.emplace_back(QRNP_OPR_OFFICIAL_RULES, 1);
     instance.operands.insert(instance.operands.end(), settings.rawOperands.begin(), settings.rawOperands.end());
     *pResolved = std::move(resolved);
     return true;

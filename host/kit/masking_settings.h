@@ -27,6 +27,7 @@ struct MaskingSettings {
     std::optional<int16_t> dataType;  // unset: the host's choice (VARCHAR, or from a database column)
     int32_t iLength = 32;
     bool bInPlace = false;
+    bool bOfficial = false;     // the identifiers' current official rules (operand 0x1920 = 1)
     std::vector<Operand> rawOperands;  // after the named ones, so they win
 };
 

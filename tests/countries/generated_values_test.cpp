@@ -1,6 +1,7 @@
-// Every country: identifiers generated in each output form mask with every
-// row served under full validation, keep their form when the source's
-// separators are kept, and mask again with every row served.
+// Every country, with and without the official rules: identifiers generated
+// in each output form mask with every row served under full validation, keep
+// their form when the source's separators are kept, and mask again with every
+// row served.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -67,12 +68,16 @@ TEST(GeneratedValues, MaskInTheirFormAndMaskAgain) {
         {L"CA", {{}, {{QRNP_OPR_CA_SEPARATOR, 4}}, {{QRNP_OPR_CA_SEPARATOR, 16}}}, QRNP_OPR_CA_SEPARATOR,
          {{}, {{QRNP_OPR_CA_PARTS, 1}}}},
     };
+    for (const bool bOfficial : {false, true}) {
     for (const CountryRun& run : runs) {
         for (const Operands& form : run.generatedForms) {
-            SCOPED_TRACE(hostkit::ToUtf8(run.pSwitch) + " form " + std::to_string(&form - run.generatedForms.data()));
+            SCOPED_TRACE(hostkit::ToUtf8(run.pSwitch) + " form " + std::to_string(&form - run.generatedForms.data()) +
+                         (bOfficial ? " official" : ""));
+            const Operands official = bOfficial ? Operands{{QRNP_OPR_OFFICIAL_RULES, 1}} : Operands{};
             hostkit::InstanceOptions options;
             options.countrySwitch = run.pSwitch;
             options.operands = form;
+            options.operands.insert(options.operands.end(), official.begin(), official.end());
             const auto generated =
                 testsupport::RunRows(options, std::vector<std::optional<std::wstring>>(kRows), QRNP_METHOD_RANDOM);
             ASSERT_EQ(generated.iService, 0);
@@ -84,6 +89,7 @@ TEST(GeneratedValues, MaskInTheirFormAndMaskAgain) {
             for (const Operands& mask : run.masks) {
                 options.operands = mask;
                 options.operands.emplace_back(run.sSeparatorKey, QRNP_SEPARATOR_AS_SOURCE);
+                options.operands.insert(options.operands.end(), official.begin(), official.end());
                 options.sProcFlags = QRNP_PROC_VALIDATE_FULLY;
                 std::vector<std::optional<std::wstring>> current = values;
                 for (int pass = 0; pass < 2; ++pass) {
@@ -97,6 +103,7 @@ TEST(GeneratedValues, MaskInTheirFormAndMaskAgain) {
                 }
             }
         }
+    }
     }
 }
 

@@ -3,7 +3,8 @@
 // identifiers' current official rules (Corsican NIR keys, NIRs of people born
 // abroad, the printed NIR, UK prefixes added since, Y and Z NIEs), the
 // difference is written down here and cannot drift: `bOfficiallyValid` is
-// the verdict of the current official rules.
+// the verdict of the current official rules, which the provider follows
+// with operand 0x1920 = 1.
 #include <gtest/gtest.h>
 
 #include "support/run_rows.h"
@@ -101,14 +102,20 @@ const Example kExamples[] = {
         {L"ES", L"Z6067228V", QRNP_MSG_INVALID_SEPARATOR, true},
 };
 
-TEST(PublishedExamples, VerdictsOfTheProvidersRules) {
+// Full validation of one value, with or without the official rules: 0 or the message.
+int32_t Verdict(const Example& e, bool bOfficial) {
+    hostkit::InstanceOptions options;
+    options.countrySwitch = e.pCountry;
+    options.sProcFlags = QRNP_PROC_VALIDATE_FULLY;
+    if (bOfficial) options.operands = {{QRNP_OPR_OFFICIAL_RULES, 1}};
+    return testsupport::RunRows(options, {std::wstring(e.pValue)}).rows[0].iStatus;
+}
+
+TEST(PublishedExamples, VerdictsOfBothRuleSets) {
     for (const Example& e : kExamples) {
         SCOPED_TRACE(hostkit::ToUtf8(e.pCountry) + " " + hostkit::ToUtf8(e.pValue));
-        hostkit::InstanceOptions options;
-        options.countrySwitch = e.pCountry;
-        options.sProcFlags = QRNP_PROC_VALIDATE_FULLY;
-        const testsupport::RunResult result = testsupport::RunRows(options, {std::wstring(e.pValue)});
-        EXPECT_EQ(result.rows[0].iStatus, static_cast<int32_t>(e.iStatus));
+        EXPECT_EQ(Verdict(e, false), static_cast<int32_t>(e.iStatus));
+        EXPECT_EQ(Verdict(e, true) == 0, e.bOfficiallyValid);
     }
 }
 

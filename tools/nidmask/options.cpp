@@ -180,6 +180,10 @@ void AddMasking(CLI::App& app, RawValues& v) {
         ->group(kMasking);
     app.add_flag("--pass-invalid", v.rule.masking.bPassInvalid, "copy invalid values through unchanged instead of rejecting them")
         ->group(kMasking);
+    app.add_flag("--official", v.rule.masking.bOfficial,
+                 "follow the identifiers' current official rules: NIRs of people born abroad, Y and Z NIEs, every "
+                 "UK prefix and US area issued today are accepted, and every result is officially valid")
+        ->group(kMasking);
     app.add_flag("--fill-null", v.rule.bFillNull, "--method random: generate for NULL and empty rows too")
         ->group(kMasking);
     app.add_option("--type", v.type,
@@ -360,6 +364,7 @@ void OverrideRule(const CLI::App& app, const ColumnRule& cli, ColumnRule* pRule)
     if (given("--type")) m.dataType = c.dataType;
     if (given("--length")) m.iLength = c.iLength;
     if (given("--in-place")) m.bInPlace = c.bInPlace;
+    if (given("--official")) m.bOfficial = c.bOfficial;
     if (given("--option")) m.rawOperands.insert(m.rawOperands.end(), c.rawOperands.begin(), c.rawOperands.end());
     if (given("--on-reject")) pRule->onReject = cli.onReject;
     if (given("--fill-null")) pRule->bFillNull = cli.bFillNull;

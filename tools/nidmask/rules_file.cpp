@@ -110,6 +110,7 @@ const std::map<std::string, RuleKey>& RuleKeys() {
                                             : RejectAction::Fail;
          }},
         {"fill_null", [](const KeyReader& k, ColumnRule& r) { r.bFillNull = k.Bool(); }},
+        {"official", [](const KeyReader& k, ColumnRule& r) { r.masking.bOfficial = k.Bool(); }},
         {"options",
          [](const KeyReader& k, ColumnRule& r) {
              const toml::table* pTable = k.Node().as_table();

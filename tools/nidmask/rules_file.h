@@ -22,6 +22,7 @@
 //   length = 32
 //   on_reject = "empty"       # empty, null, drop, fail
 //   fill_null = false
+//   official = true           # the identifiers' current official rules
 //   options = { "0x1801" = 31 }   # raw operands
 #ifndef NIDMASK_RULES_FILE_H
 #define NIDMASK_RULES_FILE_H
