@@ -17,7 +17,7 @@ FUZZ_TEST_SECONDS ?= 30
 FUZZ_SECONDS ?= 600
 
 DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-dev libcli11-dev \
-                libcsv-dev nlohmann-json3-dev sqlite3 clang-14 libclang-rt-14-dev llvm-14 libbenchmark-dev
+                libcsv-dev nlohmann-json3-dev libtomlplusplus-dev libssl-dev sqlite3 clang-14 libclang-rt-14-dev llvm-14 libbenchmark-dev
 
 FUZZ_TARGETS := fuzz_provider fuzz_converters fuzz_csv
 
