@@ -35,8 +35,8 @@ install(TARGETS ${_nidmask_installed} EXPORT nidmaskTargets COMPONENT nidmask
         LIBRARY DESTINATION ${NIDMASK_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${NIDMASK_INSTALL_LIBDIR})
 install(DIRECTORY include/qrnp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT nidmask)
-install(FILES host/kit/hostkit.h host/kit/hostkit_linked.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/nidmask COMPONENT nidmask)
+file(GLOB _nidmask_hostkit_headers ${CMAKE_SOURCE_DIR}/host/kit/*.h)
+install(FILES ${_nidmask_hostkit_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/nidmask COMPONENT nidmask)
 
 # find_package(nidmask): nidmask::hostkit, nidmask::abi, nidmask::provider,
 # the stand-ins, and nidmask_PROVIDER (the provider's installed path).

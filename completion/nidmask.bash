@@ -53,7 +53,12 @@ _nidmask() {
   COMPREPLY=()
   if [[ -n $value_type ]]; then
     case $prev in
-      --country) mapfile -t COMPREPLY < <(compgen -W "FR IT UK ES US CA" -- "$cur") ;;
+      --country) mapfile -t COMPREPLY < <(compgen -W "FR IT UK GB ES US CA" -- "$cur") ;;
+      --delimiter)  # quoted for the shell
+        local delimiter
+        for delimiter in , '\;' '\|' tab; do
+          [[ $delimiter == "$cur"* ]] && COMPREPLY+=("$delimiter")
+        done ;;
       --type)
         mapfile -t COMPREPLY < <(compgen -W "CHAR VARCHAR VARCHAR_SZ WCHAR WVARCHAR WVARCHAR_SZ INTEGER
           U_INTEGER U_LONG_LONG DECIMAL_PKD VARNUM" -- "$cur") ;;

@@ -1,17 +1,32 @@
-// Set-up steps every country's InitCountry shares: the generic column type
-// check and the working buffer.
+// The set-up flow every country's InitCountry follows, written once
+// (RunCountrySetup, driven by the country's CountryDriver), and its steps:
+// the column type check, the separator option, the working buffer.
 #ifndef QRNP_COUNTRIES_COUNTRY_SETUP_H
 #define QRNP_COUNTRIES_COUNTRY_SETUP_H
 
 #include <qrnp/qrnp.h>
 
-// The column check of France, Spain, Italy and the United Kingdom: accepts the
-// six character types and fills the column's conversion block with their pair
-// of converters. 0; 26 when there is no conversion block (captured, no
-// tokens); 4354 for any other type (captured with the type, the column name
-// and the country name). `pComponent` names the caller in the trace.
-uint32_t CheckColumn(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidCtrlBlk, const char* pComponent,
-                     const wchar_t* pCountryName);
+#include "countries/country_driver.h"
+
+// The set-up of `country` for this instance (see CountryDriver for the
+// order of its steps). 0, or the message number of the step that failed
+// (captured): 26 or 4354 from the column check, the parts decoder's, 4360 for
+// a separator code the country does not know, 106 for the working buffer,
+// or what the country's own hooks return.
+uint32_t RunCountrySetup(const CountryDriver& country, CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk);
+
+// The column check: accepts the six character types (and, for kind
+// bNumericTypes, U_LONG_LONG, INTEGER, U_INTEGER, DECIMAL_PKD and unsigned
+// VARNUM, noting bNumericSource in pBlock) and fills the column's conversion
+// block with their pair of converters. 0; 26 when there is no conversion
+// block (captured, no tokens); 4354 for any other type (captured with the
+// type, the column name and the country name). Traced as kind.pFunction
+// under `pComponent`.
+uint32_t CheckColumn(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidCtrlBlk, CountryOptionBlock* pBlock,
+                     const char* pComponent, const wchar_t* pCountryName, const ColumnCheckKind& kind);
+
+// The check of France, Spain, Italy and the United Kingdom: character types only.
+inline constexpr ColumnCheckKind kCharacterColumns = {"CheckColumn", false, false, false, false};
 
 // Fills the conversion block for a character type code (1-6). False for any other code.
 bool FillCharacterConverters(int16_t sDataType, ConversionBlock* pCnvBlk);
@@ -21,19 +36,8 @@ bool FillCharacterConverters(int16_t sDataType, ConversionBlock* pCnvBlk);
 // False for any other code.
 bool FillNumericConverters(int16_t sDataType, ConversionBlock* pCnvBlk);
 
-// Captures 4360 for a separator option the country does not know, with the
-// option value (as 16-bit value type sValueType: QRNP_TV_INT16 or
-// QRNP_TV_UINT16) and the country name, traces "Invalid Separator", returns 4360.
-uint32_t ReportInvalidSeparatorOption(CtrlBlk* pCtrlBlk, const char* pComponent, const wchar_t* pCountryName,
-                                      uint16_t sOption, uint16_t sValueType);
-
 // Records a working-buffer size in the state block's heap statistics
 // (smallest and largest size seen).
 void RecordWorkBufSize(NidCtrlBlk* pNidCtrlBlk, uint64_t iSize);
-
-// Sets the block's working buffer to `iSize` bytes from the instance heap and
-// records the size. 0, or 106 (captured with "NID" and the country name).
-uint32_t AcquireWorkBuffer(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk, CountryOptionBlock* pBlock, uint32_t iSize,
-                           const char* pComponent, const wchar_t* pCountryName);
 
 #endif

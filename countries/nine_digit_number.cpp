@@ -17,11 +17,11 @@ uint32_t WriteNineDigits(RowContext& ctx, int64_t iValue, int32_t iFirstSep, int
     if (PXIntToNumW(static_cast<int32_t>(iValue), NINE_DIGITS, ctx.pOutBuf) != 0)
         return ReportRowError(ctx, QRNP_MSG_DEST_CONVERSION, pTraceText, {RowToken::Country});
     wchar_t sep = L'\0';
-    if (ctx.lRowFlags & 4)
+    if (ctx.lRowFlags & NINE_DIGIT_FLAG_HYPHEN)
         sep = L'-';
-    else if (ctx.lRowFlags & 8)
+    else if (ctx.lRowFlags & NINE_DIGIT_FLAG_BLANK)
         sep = L' ';
-    else if (ctx.lRowFlags & 16)
+    else if (ctx.lRowFlags & NINE_DIGIT_FLAG_PERIOD)
         sep = L'.';
     if (sep != L'\0') {
         InsertCharAt(ctx.pOutBuf, iSecondSep, sep);

@@ -9,6 +9,11 @@
 
 inline constexpr int32_t NINE_DIGITS = 9;
 
+// The option bits both countries write their separator with.
+inline constexpr uint64_t NINE_DIGIT_FLAG_HYPHEN = 4;
+inline constexpr uint64_t NINE_DIGIT_FLAG_BLANK = 8;
+inline constexpr uint64_t NINE_DIGIT_FLAG_PERIOD = 16;
+
 // A numeric column loses leading zeros: shifts the working string right and
 // fills with "0" up to nine characters (a string of nine or more is left alone).
 void ZeroPadToNineDigits(RowContext& ctx);

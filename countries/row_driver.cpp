@@ -37,7 +37,7 @@ void PassThroughCopy(RowContext& ctx) {
 uint32_t FailRow(RowContext& ctx, uint32_t iCode) {
     const char* pComponent = ctx.pCountry->pComponent;
     ctx.pFldDef->iStatus = static_cast<int32_t>(iCode);
-    if ((ctx.pCtrlBlk->sProcFlags & QRNP_PROC_PASS_INVALID) != 0 && ctx.pCountry->pfnIsInvalidData(iCode)) {
+    if ((ctx.pCtrlBlk->sProcFlags & QRNP_PROC_PASS_INVALID) != 0 && IsInvalidData(*ctx.pCountry, iCode)) {
         TRC_TEXT(pComponent, "Ignoring Invalid data");
         PassThroughCopy(ctx);
         ctx.pRow->bError = 0;
@@ -217,6 +217,24 @@ uint32_t RunRowDriver(const CountryDriver& country, uint16_t sMethod, CtrlBlk* p
     if (const uint32_t iCode = WriteDestination(ctx); iCode != 0) return FailRow(ctx, iCode);
     TRC_EXIT(pComponent, "RBPNIDMask", 0);
     return 0;
+}
+
+bool IsInvalidData(const CountryDriver& country, uint32_t iCode) {
+    return (iCode >= QRNP_MSG_SOURCE_CONVERSION && iCode <= QRNP_MSG_INVALID_SOURCE_DATA) ||
+           (iCode >= country.iFirstFieldCheck && iCode <= country.iLastFieldCheck);
+}
+
+void KeepSourceStyle(RowContext& ctx, uint64_t lStyle) {
+    if (SeparatorCode(*ctx.pCountry, ctx.pBlock) == QRNP_SEPARATOR_AS_SOURCE) ctx.lRowFlags |= lStyle;
+}
+
+void NoteSourceSeparator(RowContext& ctx, wchar_t cSeparator) {
+    for (const SeparatorStyle& style : ctx.pCountry->separatorStyles) {
+        if (style.cSeparator == cSeparator) {
+            KeepSourceStyle(ctx, style.lFlags);
+            return;
+        }
+    }
 }
 
 uint32_t ReportRowError(RowContext& ctx, uint32_t iCode, const char* pTraceText,

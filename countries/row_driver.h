@@ -8,7 +8,8 @@
 // conversion (0xFFFFFFFF becomes 4410); and the two failure exits
 // (pass-through of invalid data, reject).
 //
-// A country supplies a CountryDriver: its name, its option block, and hooks.
+// A country supplies a CountryDriver (country_driver.h): its name, its
+// option block, its separator styles, the range of its field checks, and hooks.
 // Hooks that fail capture their own message (ReportRowError below) and return
 // the message number; the driver then takes the failure exit with it.
 #ifndef QRNP_COUNTRIES_ROW_DRIVER_H
@@ -18,11 +19,7 @@
 
 #include <qrnp/qrnp.h>
 
-// The longest identifier written (an Italian codice fiscale with separators
-// has 19 characters) fits with room to spare.
-inline constexpr int QRNP_OUTPUT_CHARS = 40;
-
-struct CountryDriver;
+#include "countries/country_driver.h"
 
 // Everything one row's pass through the flow works on.
 struct RowContext {
@@ -43,32 +40,11 @@ struct RowContext {
     int64_t lScratch[4];              // per-row state of the country's hooks
 };
 
-using RowHook = uint32_t (*)(RowContext& ctx);
-
-struct CountryDriver {
-    const char* pComponent;           // trace component, the service file's module name
-    const wchar_t* pCountryName;      // message token: "France", "Spain", ...
-    CountryOptionBlock* (*pfnBlock)(NidCtrlBlk* pNidCtrlBlk);
-
-    // Optional: runs after the status is cleared, before the method test.
-    RowHook pfnBeforeMethod;
-    // Optional: a method that is neither mask nor random. Without it the row
-    // is rejected with 11 (no message captured).
-    RowHook pfnOtherMethod;
-    // Trimmed working string in ctx.pInBuf/iInLength: check the layout and
-    // fields, record the separator style in lRowFlags, leave the compact form.
-    RowHook pfnCheckLayout;
-    // Mask the compact working string into ctx.pOutBuf.
-    RowHook pfnMask;
-    // Generate a fresh identifier into ctx.pOutBuf (the source is not read).
-    RowHook pfnRandom;
-    // Optional: rewrite ctx.pOutBuf with the separators lRowFlags call for.
-    RowHook pfnFormatOutput;
-    // True for the message numbers that mean invalid data (pass-through set).
-    bool (*pfnIsInvalidData)(uint32_t iCode);
-    // Trace text of a failed destination conversion.
-    const char* pDstConversionTrace;
-};
+// True when the instance follows the identifiers' current official rules
+// (extension operand 0x1920).
+inline bool OfficialRules(const RowContext& ctx) {
+    return (ctx.pNidCtrlBlk->iExtensions & QRNP_EXT_OFFICIAL_RULES) != 0;
+}
 
 // One row through the flow. Returns 0 (served, or passed through as empty or
 // blank) or the message number of the failure (the cell's status too).
@@ -81,6 +57,15 @@ uint32_t RunRowDriver(const CountryDriver& country, uint16_t sMethod, CtrlBlk* p
 // the converter's code. The flow calls it for the mask method; a hook that
 // needs the source before the method test may call it first.
 uint32_t LoadSource(RowContext& ctx);
+
+// For pfnCheckLayout, once it has read the source's separator (L'\0' for
+// none): under separator code 2 the result keeps that style, so its option
+// bits (the country's separatorStyles) go into the row flags.
+void NoteSourceSeparator(RowContext& ctx, wchar_t cSeparator);
+
+// The same for option bits the country works out itself (the United
+// Kingdom's form and separator).
+void KeepSourceStyle(RowContext& ctx, uint64_t lStyle);
 
 // Tokens a row message can carry.
 enum class RowToken {

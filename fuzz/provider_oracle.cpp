@@ -41,14 +41,14 @@ bool IsNumericType(int16_t sDataType) { return (sDataType >= 7 && sDataType <= 1
 }  // namespace
 
 bool IsInvalidDataCode(uint32_t iCountry, uint32_t iCode) {
-    if (InRange(iCode, 4404, 4407)) return true;
+    if (InRange(iCode, QRNP_MSG_SOURCE_CONVERSION, QRNP_MSG_INVALID_SOURCE_DATA)) return true;
     switch (iCountry) {
-        case QRNP_COUNTRY_FR: return InRange(iCode, 4454, 4458);
-        case QRNP_COUNTRY_ES: return iCode == 4479;
-        case QRNP_COUNTRY_IT: return InRange(iCode, 4504, 4511);
-        case QRNP_COUNTRY_UK: return InRange(iCode, 4530, 4532);
-        case QRNP_COUNTRY_US: return InRange(iCode, 4554, 4557);
-        case QRNP_COUNTRY_CA: return iCode == 4579;
+        case QRNP_COUNTRY_FR: return InRange(iCode, QRNP_MSG_FR_INVALID_SEX, QRNP_MSG_FR_INVALID_KEY);
+        case QRNP_COUNTRY_ES: return iCode == QRNP_MSG_ES_INVALID_SUFFIX;
+        case QRNP_COUNTRY_IT: return InRange(iCode, QRNP_MSG_IT_INVALID_NAME, QRNP_MSG_IT_INVALID_CHECK);
+        case QRNP_COUNTRY_UK: return InRange(iCode, QRNP_MSG_UK_INVALID_PREFIX, QRNP_MSG_UK_INVALID_SUFFIX);
+        case QRNP_COUNTRY_US: return InRange(iCode, QRNP_MSG_US_INVALID_AREA, QRNP_MSG_US_INVALID_SERIAL);
+        case QRNP_COUNTRY_CA: return iCode == QRNP_MSG_CA_INVALID_SIN;
         default: return false;
     }
 }

@@ -18,6 +18,9 @@ struct CountryEntry {
     bool bFailsOnNonZeroReturn;     // Spain: a non-zero driver return marks the call failed at once
 };
 
+// A country code that serves nothing: its rows count as served, untouched.
+inline constexpr uint32_t kCountryCodeServingNothing = 64;
+
 // The entry of a country code, or null when no country module has that code.
 const CountryEntry* FindCountry(uint32_t iCode);
 

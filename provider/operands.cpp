@@ -45,6 +45,12 @@ uint16_t FindServiceMethod(const SvcDef* pSvcDef) {
 void CopyOptionOperands(const SvcDef* pSvcDef, uint16_t sMethod, NidCtrlBlk* pNidCtrlBlk) {
     const OprDef* pOperand = pSvcDef->pOperands;
     for (int i = 0; i < pSvcDef->sOperandCount && pOperand != nullptr; ++i, pOperand = NextOperand(pOperand)) {
+        if (pOperand->sKeyId == QRNP_OPR_OFFICIAL_RULES) {
+            if (pOperand->iValue == 1)
+                pNidCtrlBlk->iExtensions |= QRNP_EXT_OFFICIAL_RULES;
+            else
+                pNidCtrlBlk->iExtensions &= ~QRNP_EXT_OFFICIAL_RULES;
+        }
         for (const OptionSlot& slot : kOptionSlots) {
             if (slot.sKeyId != pOperand->sKeyId) continue;
             uint16_t* pSlot = SlotOf(pNidCtrlBlk, slot);

@@ -47,6 +47,70 @@ int32_t CheckRowset(uint16_t& sMethod, CtrlBlk* pCtrlBlk, Rowset* pRowset) {
 
 uint32_t ErrorCount(const CtrlBlk* pCtrlBlk) { return pCtrlBlk->pEAB != nullptr ? pCtrlBlk->pEAB->iEntryCount : 0; }
 
+// What became of one row.
+struct RowOutcome {
+    enum Kind {
+        Served,   // next row
+        Failed,   // the cell gets iMessage as its status and the row error flag, then the failure tail
+        ToTail,   // straight to the failure tail
+        EndCall   // Service ends with iMessage
+    } kind;
+    uint32_t iMessage;
+};
+
+// The country of the switch, read once per call. False (4409 captured) when
+// it names none; *pbEndCall then tells whether the call ends at once.
+bool ReadCountry(CtrlBlk* pCtrlBlk, int32_t RowNum, uint32_t* piCountry, int32_t* pbCallOnce) {
+    if (*pbCallOnce != 0 || GetCountry(&pCtrlBlk->pSwitch, piCountry, pbCallOnce) != -1) return true;
+    ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_UNKNOWN_COUNTRY, 0);
+    return false;
+}
+
+// One row: the source cell's screens, then the country's driver.
+RowOutcome ServeRow(uint16_t sMethod, CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk, Row* pRow, FieldDef* pFldDef,
+                    int32_t RowNum, uint32_t* piCountry, int32_t* pbCallOnce, bool* pbAnyFailure) {
+    if (pFldDef == nullptr) {
+        ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_SOURCE_CELL_MISSING, 1);
+        TokenCapture(pCtrlBlk, &pCtrlBlk->sSrcColIndex, QRNP_TV_INT16, QRNP_TOKID_COLINDEX, 0);
+        return {RowOutcome::Failed, QRNP_MSG_SOURCE_CELL_MISSING};
+    }
+    if ((pFldDef->pSrc == nullptr || pFldDef->bNullInd == 1) && sMethod != QRNP_METHOD_RANDOM) {
+        const int32_t bSrcNull = 1;  // traced as a 32-bit value
+        TRC_VAR(kComponent, "bSrcNull", KNL_TRC_I32, &bSrcNull);
+        TRC_TEXT(kComponent, "Source NULL, Dest set to NULL");
+        if (pCtrlBlk->bDestFlag) pFldDef->bDstNull = 1;
+        ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_NULL_SOURCE, 0);
+        pFldDef->iStatus = QRNP_MSG_NULL_SOURCE;
+        pRow->bError = 0;
+        return {RowOutcome::ToTail, 0};
+    }
+    if (pCtrlBlk->bDestFlag && pFldDef->pDst == nullptr) {
+        ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_DEST_BUFFER_MISSING, 0);
+        return {RowOutcome::Failed, QRNP_MSG_DEST_BUFFER_MISSING};
+    }
+    // A switch that is not a wide string leaves the country unset (code 0).
+    if (!ReadCountry(pCtrlBlk, RowNum, piCountry, pbCallOnce)) {
+        if (pCtrlBlk->pSwitch.sValueType == QRNP_PARM_WSTRING) return {RowOutcome::EndCall, QRNP_MSG_UNKNOWN_COUNTRY};
+        return {RowOutcome::Failed, QRNP_MSG_UNKNOWN_COUNTRY};
+    }
+    const CountryEntry* pCountry = FindCountry(*piCountry);
+    if (pCountry == nullptr) {
+        // No country: the row fails with status 0.
+        return *piCountry == kCountryCodeServingNothing ? RowOutcome{RowOutcome::Served, 0}
+                                                        : RowOutcome{RowOutcome::Failed, 0};
+    }
+    if ((pNidCtrlBlk->iCountryMask & pCountry->iCode) == 0) {
+        ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_COUNTRY_NOT_INITIALISED, 1);
+        TokenCapture(pCtrlBlk, pCountry->pName, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
+        return {RowOutcome::ToTail, 0};
+    }
+    const uint32_t retVal = pCountry->pfnMask(sMethod, pCtrlBlk, pRow, pNidCtrlBlk, pFldDef, RowNum);
+    if (retVal == 0 && pFldDef->iStatus == 0) return {RowOutcome::Served, 0};
+    TRC_VAR(kComponent, "retVal", KNL_TRC_U32, &retVal);
+    if (retVal != 0 && pCountry->bFailsOnNonZeroReturn) *pbAnyFailure = true;
+    return {RowOutcome::ToTail, 0};
+}
+
 }  // namespace
 
 int32_t Service(uint16_t sMethod, CtrlBlk* pCtrlBlk, Rowset* pRowset) {
@@ -75,69 +139,22 @@ int32_t Service(uint16_t sMethod, CtrlBlk* pCtrlBlk, Rowset* pRowset) {
         if (pRow->bTaken == 1) continue;
         pRow->bTaken = 1;
         const int32_t RowNum = i + 1;
-
         FieldDef* pFldDef = pRow->pFields;
         for (int16_t c = 0; c < pCtrlBlk->sSrcColIndex && pFldDef != nullptr; ++c) pFldDef = NextRecord(pFldDef);
 
-        uint32_t InfoMsg = 0;  // the message of a row that fails here; 0 = go to the failure tail only
-        bool bRowFails = false;
-        bool bToTail = false;
-        if (pFldDef == nullptr) {
-            ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_SOURCE_CELL_MISSING, 1);
-            TokenCapture(pCtrlBlk, &pCtrlBlk->sSrcColIndex, QRNP_TV_INT16, QRNP_TOKID_COLINDEX, 0);
-            InfoMsg = QRNP_MSG_SOURCE_CELL_MISSING;
-            bRowFails = true;
-        } else if ((pFldDef->pSrc == nullptr || pFldDef->bNullInd == 1) && sMethod != QRNP_METHOD_RANDOM) {
-            const int32_t bSrcNull = 1;  // traced as a 32-bit value
-            TRC_VAR(kComponent, "bSrcNull", KNL_TRC_I32, &bSrcNull);
-            TRC_TEXT(kComponent, "Source NULL, Dest set to NULL");
-            if (pCtrlBlk->bDestFlag) pFldDef->bDstNull = 1;
-            ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_NULL_SOURCE, 0);
-            pFldDef->iStatus = QRNP_MSG_NULL_SOURCE;
-            pRow->bError = 0;
-            bToTail = true;
-        } else if (pCtrlBlk->bDestFlag && pFldDef->pDst == nullptr) {
-            ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_DEST_BUFFER_MISSING, 0);
-            InfoMsg = QRNP_MSG_DEST_BUFFER_MISSING;
-            bRowFails = true;
-        } else {
-            // A switch that is not a wide string leaves the country unset (code 0).
-            if (bCallOnce == 0 && GetCountry(&pCtrlBlk->pSwitch, &iCountry, &bCallOnce) == -1) {
-                ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_UNKNOWN_COUNTRY, 0);
-                if (pCtrlBlk->pSwitch.sValueType == QRNP_PARM_WSTRING) {
-                    TRC_EXIT(kComponent, "Service", QRNP_MSG_UNKNOWN_COUNTRY);
-                    return QRNP_MSG_UNKNOWN_COUNTRY;
-                }
-                InfoMsg = QRNP_MSG_UNKNOWN_COUNTRY;
-                bRowFails = true;
-            }
-            if (!bRowFails) {
-                const CountryEntry* pCountry = FindCountry(iCountry);
-                if (pCountry != nullptr && (pNidCtrlBlk->iCountryMask & pCountry->iCode) == 0) {
-                    ErrorCapture(pCtrlBlk, RowNum, QRNP_MSG_COUNTRY_NOT_INITIALISED, 1);
-                    TokenCapture(pCtrlBlk, pCountry->pName, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
-                    bToTail = true;
-                } else if (pCountry != nullptr) {
-                    const uint32_t retVal =
-                        pCountry->pfnMask(sMethod, pCtrlBlk, pRow, pNidCtrlBlk, pFldDef, RowNum);
-                    if (retVal != 0 || pFldDef->iStatus != 0) {
-                        TRC_VAR(kComponent, "retVal", KNL_TRC_U32, &retVal);
-                        if (retVal != 0 && pCountry->bFailsOnNonZeroReturn) bAnyFailure = true;
-                        bToTail = true;
-                    }
-                } else if (iCountry != 64) {
-                    bRowFails = true;  // no country: the row fails with status 0
-                }
-            }
+        const RowOutcome outcome =
+            ServeRow(sMethod, pCtrlBlk, pNidCtrlBlk, pRow, pFldDef, RowNum, &iCountry, &bCallOnce, &bAnyFailure);
+        if (outcome.kind == RowOutcome::EndCall) {
+            TRC_EXIT(kComponent, "Service", outcome.iMessage);
+            return static_cast<int32_t>(outcome.iMessage);
         }
-
-        if (bRowFails) {
+        if (outcome.kind == RowOutcome::Served) continue;
+        if (outcome.kind == RowOutcome::Failed) {
+            const uint32_t InfoMsg = outcome.iMessage;
             TRC_VAR(kComponent, "InfoMsg", KNL_TRC_U32, &InfoMsg);
             if (pFldDef != nullptr) pFldDef->iStatus = static_cast<int32_t>(InfoMsg);
             pRow->bError = 1;
-            bToTail = true;
         }
-        if (!bToTail) continue;
 
         // Failure tail.
         ++pNidCtrlBlk->FailedRowsCount;

@@ -82,6 +82,14 @@ if [ -e "$csv" ]; then
   paste -d '\t' "$work/source.csv" "$work/result.csv" | awk -F'\t' -v w="$width" '{ printf "  %-" w "s  %s\n", $1, $2 }'
 fi
 
+# Rules: the three identifier columns of the CSV example in one pass.
+rules=examples/people.rules.toml
+if [ -e "$rules" ] && [ -e "$csv" ]; then
+  echo
+  echo "== $csv with $rules  (nidmask --rules $rules $csv)"
+  "$nidmask" --rules "$rules" "$csv" --quiet | tr -d '\r' | sed 's/^/  /' || true
+fi
+
 # SQLite: a database built from the SQL example, masked in place.
 sql=examples/people.sql
 if [ -e "$sql" ]; then
@@ -106,6 +114,9 @@ if [ -e "$sql" ]; then
     fi
     select="$select, b.$column AS \"$column (source)\", p.$column AS \"$column (masked)\""
   done
+  echo "== $sql: all three columns again in one transaction (nidmask --rules $rules --db people.db)"
+  cp "$work/before.db" "$work/rules.db"
+  "$nidmask" --rules "$rules" --db "$work/rules.db" --quiet || true
   echo
   sqlite3 -header -column -nullvalue NULL "$db" \
     "ATTACH '$work/before.db' AS old; SELECT $select FROM person p JOIN old.person b USING (id) ORDER BY p.id" |

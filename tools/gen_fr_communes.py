@@ -13,10 +13,11 @@ blanks, the commune numbers from 1 to `highest` that are not in use; a row witho
 single entry -1 and row 96 holds -2 with highest -1. Every row becomes one int16_t array
 `illegalCommunes<row>` (`illegalCommunes2A` for row 20) and one line of `deptTable`.
 """
-import argparse
 import csv
 import os
 import sys
+
+import table_generator
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 CSV_PATH = os.path.join(ROOT, 'data', 'fr_communes.csv')
@@ -26,7 +27,7 @@ PER_LINE = 16
 
 
 def fail(msg):
-    sys.exit('gen_fr_communes: ' + msg)
+    table_generator.fail('gen_fr_communes', msg)
 
 
 def read_rows(path):
@@ -126,25 +127,8 @@ def render(rows):
 
 
 def main():
-    ap = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    ap.add_argument('--csv', default=CSV_PATH)
-    ap.add_argument('--out', default=OUT_PATH)
-    ap.add_argument('--check', action='store_true', help='compare with the existing output instead of writing')
-    a = ap.parse_args()
-    text = render(read_rows(a.csv))
-    if a.check:
-        try:
-            with open(a.out) as f:
-                current = f.read()
-        except FileNotFoundError:
-            current = None
-        if current != text:
-            print('gen_fr_communes: %s is out of date' % a.out, file=sys.stderr)
-            return 1
-        return 0
-    with open(a.out, 'w') as f:
-        f.write(text)
-    return 0
+    return table_generator.run('gen_fr_communes', __doc__.splitlines()[0], OUT_PATH, [('--csv', CSV_PATH, 'the commune data')],
+                               lambda a: render(read_rows(a.csv)))
 
 
 if __name__ == '__main__':

@@ -12,10 +12,11 @@ IsValidRegionCode binary-searches the table. Every code becomes one five-wide-ch
 `InvalidRegionCodes` (four characters and a NUL); the entry count goes into the array bound, which
 must match IT_INVALID_REGION_CODES in countries/it/QRNPNidItAlgo.h.
 """
-import argparse
 import os
 import re
 import sys
+
+import table_generator
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 DATA_PATH = os.path.join(ROOT, 'data', 'it_invalid_region_codes.txt')
@@ -25,7 +26,7 @@ CODE = re.compile(r'^[A-IL-MZ][0-9]{3}$')
 
 
 def fail(msg):
-    sys.exit('gen_it_region_codes: ' + msg)
+    table_generator.fail('gen_it_region_codes', msg)
 
 
 def read_codes(path):
@@ -66,25 +67,8 @@ def render(codes):
 
 
 def main():
-    ap = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    ap.add_argument('--data', default=DATA_PATH)
-    ap.add_argument('--out', default=OUT_PATH)
-    ap.add_argument('--check', action='store_true', help='compare with the existing output instead of writing')
-    a = ap.parse_args()
-    text = render(read_codes(a.data))
-    if a.check:
-        try:
-            with open(a.out) as f:
-                current = f.read()
-        except FileNotFoundError:
-            current = None
-        if current != text:
-            print('gen_it_region_codes: %s is out of date' % a.out, file=sys.stderr)
-            return 1
-        return 0
-    with open(a.out, 'w') as f:
-        f.write(text)
-    return 0
+    return table_generator.run('gen_it_region_codes', __doc__.splitlines()[0], OUT_PATH, [('--data', DATA_PATH, 'the refused codes')],
+                               lambda a: render(read_codes(a.data)))
 
 
 if __name__ == '__main__':

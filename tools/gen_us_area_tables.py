@@ -16,10 +16,11 @@ that belong together without being consecutive and becomes AreaSideTable.
 The generator refuses data the C++ side cannot rely on: a value outside a signed byte, a group above 99, an
 inconsistent block, an area in use with neither a block nor a side-table row, a side-table set that is not whole.
 """
-import argparse
 import csv
 import os
 import sys
+
+import table_generator
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 TABLES_CSV = os.path.join(ROOT, 'data', 'us_area_tables.csv')
@@ -35,7 +36,7 @@ TABLES = [  # (csv prefix, C++ name, date string)
 
 
 def fail(msg):
-    sys.exit('gen_us_area_tables: ' + msg)
+    table_generator.fail('gen_us_area_tables', msg)
 
 
 def read_tables(path):
@@ -134,13 +135,7 @@ def render(tables, side):
     return '\n'.join(out)
 
 
-def main():
-    ap = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    ap.add_argument('--tables', default=TABLES_CSV)
-    ap.add_argument('--side', default=SIDE_CSV)
-    ap.add_argument('--out', default=OUT_PATH)
-    ap.add_argument('--check', action='store_true', help='compare with the existing output instead of writing')
-    a = ap.parse_args()
+def produce(a):
     tables = read_tables(a.tables)
     side = read_side(a.side)
     if len(side) != 16:
@@ -148,20 +143,13 @@ def main():
     side_areas = {r[2] for r in side}
     for (_, name, _), entries in zip(TABLES, tables):
         check_table(name, entries, side_areas)
-    text = render(tables, side)
-    if a.check:
-        try:
-            with open(a.out) as f:
-                current = f.read()
-        except FileNotFoundError:
-            current = None
-        if current != text:
-            print('gen_us_area_tables: %s is out of date' % a.out, file=sys.stderr)
-            return 1
-        return 0
-    with open(a.out, 'w') as f:
-        f.write(text)
-    return 0
+    return render(tables, side)
+
+
+def main():
+    return table_generator.run('gen_us_area_tables', __doc__.splitlines()[0], OUT_PATH,
+                               [('--tables', TABLES_CSV, 'the dated area tables'),
+                                ('--side', SIDE_CSV, 'the side table')], produce)
 
 
 if __name__ == '__main__':

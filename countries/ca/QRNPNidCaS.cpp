@@ -10,6 +10,10 @@
 
 namespace {
 
+static_assert(CA_FLAG_HYPHEN == NINE_DIGIT_FLAG_HYPHEN && CA_FLAG_BLANK == NINE_DIGIT_FLAG_BLANK &&
+                  CA_FLAG_PERIOD == NINE_DIGIT_FLAG_PERIOD,
+              "the nine-digit writer reads these bits");
+
 constexpr const char* kComponent = "QRNPNidCaS";
 constexpr const wchar_t* kCountry = L"Canada";
 constexpr uint32_t kWorkBufBytes = 104;  // 26 characters: a padded numeric source always fits
@@ -21,25 +25,11 @@ constexpr int kScratchResultSin = 1;    // the SIN to write
 CountryOptionBlock* CanadianBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->blockF; }
 
 uint16_t& PartsOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[2]; }
-uint16_t& SeparatorOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[3]; }
+constexpr uint8_t kSeparatorSlot = 3;
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-// Invalid data: 4404-4407 and the refused region digit 4579.
-bool IsInvalidData(uint32_t iCode) {
-    return (iCode >= QRNP_MSG_SOURCE_CONVERSION && iCode <= QRNP_MSG_INVALID_SOURCE_DATA) ||
-           iCode == QRNP_MSG_CA_INVALID_SIN;
-}
-
-// The separator flag of a separator character, or 0 when it is none of "-", " " and ".".
-uint64_t SeparatorFlag(wchar_t sep) {
-    switch (sep) {
-        case L'-': return CA_FLAG_HYPHEN;
-        case L' ': return CA_FLAG_BLANK;
-        case L'.': return CA_FLAG_PERIOD;
-        default: return 0;
-    }
-}
+bool IsSeparator(wchar_t c) { return c == L'-' || c == L' ' || c == L'.'; }
 
 uint32_t CheckLayout(RowContext& ctx) {
     if (ctx.pBlock->bNumericSource != 0) ZeroPadToNineDigits(ctx);
@@ -51,16 +41,14 @@ uint32_t CheckLayout(RowContext& ctx) {
         return ReportRowError(ctx, QRNP_MSG_INVALID_LENGTH, nullptr,
                               {RowToken::Value, RowToken::Length, RowToken::Country});
 
-    const bool bAsSource = SeparatorOption(ctx.pBlock) == CA_SEP_OPTION_AS_SOURCE;
     if (ctx.iInLength == CA_SIN_LEN) {
-        if (bAsSource) ctx.lRowFlags |= CA_FLAG_NO_SEPARATOR;
+        NoteSourceSeparator(ctx, L'\0');
     } else {
         // Ten characters cannot hold both separators and nine digits, so they fail here.
-        const uint64_t lSepFlag = SeparatorFlag(s[CA_POS_SEP1]);
-        if (lSepFlag == 0 || s[CA_POS_SEP2] != s[CA_POS_SEP1])
+        if (!IsSeparator(s[CA_POS_SEP1]) || s[CA_POS_SEP2] != s[CA_POS_SEP1])
             return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
                                   {RowToken::Value, RowToken::Country});
-        if (bAsSource) ctx.lRowFlags |= lSepFlag;
+        NoteSourceSeparator(ctx, s[CA_POS_SEP1]);
         RemoveCharAt(s, &ctx.iInLength, CA_POS_SEP2);
         RemoveCharAt(s, &ctx.iInLength, CA_POS_SEP1);
     }
@@ -109,98 +97,58 @@ uint32_t FormatOutput(RowContext& ctx) {
                            "Error in dst conversion");
 }
 
+// The parts option: bit 1 masks the head too; other bits alone are 4362 (captured).
+uint32_t DecodeParts(CtrlBlk* pCtrlBlk, const CountryDriver&, CountryOptionBlock* pBlock) {
+    const uint16_t sParts = PartsOption(pBlock);
+    if (sParts & 1) {
+        pBlock->lOptionFlags |= CA_FLAG_MASK_HEAD;
+    } else if (sParts != 0) {
+        return ReportSetupError(pCtrlBlk, kComponent, kCountry, QRNP_MSG_INVALID_PARTS_OPTION, "Invalid parts",
+                                {RowToken::Country});
+    }
+    return 0;
+}
+
 const CountryDriver kCanada = {
     .pComponent = kComponent,
     .pCountryName = kCountry,
     .pfnBlock = CanadianBlock,
+    .pInitName = "InitCountryCA",
+    .bTraceInitArguments = true,
+    .pfnBeforeColumnCheck = nullptr,
+    .column = {.pFunction = "CheckColumnCA",
+               .bNumericTypes = true,
+               .bNumericFirst = true,
+               .bTraceColumnName = false,
+               .bVarnumMarksCanada = false},
+    .pfnDecodeParts = DecodeParts,
+    .iSeparatorSlot = kSeparatorSlot,
+    .sSeparatorValueType = QRNP_TV_UINT16,
+    .bTraceSeparator = false,
+    .separatorCodes = {{CA_SEP_OPTION_COMPACT, CA_FLAG_NO_SEPARATOR},
+                       {CA_SEP_OPTION_PERIOD, CA_FLAG_PERIOD},
+                       {CA_SEP_OPTION_HYPHEN, CA_FLAG_HYPHEN},
+                       {CA_SEP_OPTION_BLANK, CA_FLAG_BLANK}},
+    .pfnAfterSeparator = nullptr,
+    .bTraceOptionFlags = true,
+    .iWorkBufBytes = kWorkBufBytes,
+    .separatorStyles = {{L'\0', CA_FLAG_NO_SEPARATOR}, {L'-', CA_FLAG_HYPHEN}, {L' ', CA_FLAG_BLANK}, {L'.', CA_FLAG_PERIOD}},
+    // The refused region digit.
+    .iFirstFieldCheck = QRNP_MSG_CA_INVALID_SIN,
+    .iLastFieldCheck = QRNP_MSG_CA_INVALID_SIN,
     .pfnBeforeMethod = nullptr,
     .pfnOtherMethod = OtherMethod,
     .pfnCheckLayout = CheckLayout,
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = FormatOutput,
-    .pfnIsInvalidData = IsInvalidData,
     .pDstConversionTrace = "Error in dst conversion",
 };
 
 }  // namespace
 
-uint32_t CheckColumnCA(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidCtrlBlk) {
-    TRC_ENTRY(kComponent, "CheckColumnCA");
-    TRC_VAR(kComponent, "pCtrlBlk", KNL_TRC_PTR, pCtrlBlk);
-    TRC_VAR(kComponent, "pNidCtrlBlk", KNL_TRC_PTR, pNidCtrlBlk);
-    CountryOptionBlock* pBlock = CanadianBlock(pNidCtrlBlk);
-    if (pColumnDef != nullptr && pColumnDef->pCnvBlk != nullptr && pColumnDef->sDataType == DECIMAL_PKD) {
-        // The precision test has never been able to refuse a column (no
-        // precision is both at most 8 and above 20); it is kept as it stands
-        // so that every packed-decimal column stays accepted. (The type is
-        // tested again so that clang does not warn that the test is always false.)
-        const int16_t sPrecision = pColumnDef->sPrecision;
-        if (pColumnDef->sDataType == DECIMAL_PKD && sPrecision <= 8 && sPrecision > 20) {
-            ErrorCapture(pCtrlBlk, 0, QRNP_MSG_COLUMN_PRECISION, 3);
-            TokenCapture(pCtrlBlk, &sPrecision, QRNP_TV_INT16, QRNP_TOKID_SRCLEN, 0);
-            TokenCapture(pCtrlBlk, &pColumnDef->sDataType, QRNP_TV_INT16, QRNP_TOKID_SRC_DATATYPE, 0);
-            TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
-            TRC_TEXT(kComponent, "Column precision error");
-            TRC_EXIT(kComponent, "CheckColumnCA", QRNP_MSG_COLUMN_PRECISION);
-            return QRNP_MSG_COLUMN_PRECISION;
-        }
-    }
-    if (pColumnDef != nullptr && pColumnDef->pCnvBlk != nullptr &&
-        FillNumericConverters(pColumnDef->sDataType, pColumnDef->pCnvBlk)) {
-        pBlock->bNumericSource = 1;
-        TRC_EXIT(kComponent, "CheckColumnCA", 0);
-        return 0;
-    }
-    // Character types, the missing conversion block and unsupported types
-    // are handled as for every country.
-    const uint32_t iCode = CheckColumn(pCtrlBlk, pColumnDef, pNidCtrlBlk, kComponent, kCountry);
-    if (iCode == 0) pBlock->bNumericSource = 0;
-    TRC_EXIT(kComponent, "CheckColumnCA", iCode);
-    return iCode;
-}
-
 uint32_t InitCountryCA(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
-    TRC_ENTRY(kComponent, "InitCountryCA");
-    TRC_VAR(kComponent, "pCtrlBlk", KNL_TRC_PTR, pCtrlBlk);
-    TRC_VAR(kComponent, "pNidCtrlBlk", KNL_TRC_PTR, pNidCtrlBlk);
-    CountryOptionBlock* pBlock = CanadianBlock(pNidCtrlBlk);
-    if (const uint32_t iCode = CheckColumnCA(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk); iCode != 0) {
-        TRC_EXIT(kComponent, "InitCountryCA", iCode);
-        return iCode;
-    }
-
-    pBlock->lOptionFlags = 0;
-    const uint16_t sParts = PartsOption(pBlock);
-    if (sParts & 1) {
-        pBlock->lOptionFlags |= CA_FLAG_MASK_HEAD;
-    } else if (sParts != 0) {
-        const uint32_t iCode = ReportSetupError(pCtrlBlk, kComponent, kCountry, QRNP_MSG_INVALID_PARTS_OPTION,
-                                                "Invalid parts", {RowToken::Country});
-        TRC_EXIT(kComponent, "InitCountryCA", iCode);
-        return iCode;
-    }
-
-    const uint16_t sSeparator = SeparatorOption(pBlock);
-    switch (sSeparator) {
-        case CA_SEP_OPTION_NONE_GIVEN: SeparatorOption(pBlock) = CA_SEP_OPTION_AS_SOURCE; break;
-        case CA_SEP_OPTION_COMPACT: pBlock->lOptionFlags |= CA_FLAG_NO_SEPARATOR; break;
-        case CA_SEP_OPTION_AS_SOURCE: break;
-        case CA_SEP_OPTION_PERIOD: pBlock->lOptionFlags |= CA_FLAG_PERIOD; break;
-        case CA_SEP_OPTION_HYPHEN: pBlock->lOptionFlags |= CA_FLAG_HYPHEN; break;
-        case CA_SEP_OPTION_BLANK: pBlock->lOptionFlags |= CA_FLAG_BLANK; break;
-        default: {
-            const uint32_t iCode = ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry,
-                                                                static_cast<uint16_t>(sSeparator), QRNP_TV_UINT16);
-            TRC_EXIT(kComponent, "InitCountryCA", iCode);
-            return iCode;
-        }
-    }
-    TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);
-
-    const uint32_t iCode = AcquireWorkBuffer(pCtrlBlk, pNidCtrlBlk, pBlock, kWorkBufBytes, kComponent, kCountry);
-    TRC_EXIT(kComponent, "InitCountryCA", iCode);
-    return iCode;
+    return RunCountrySetup(kCanada, pCtrlBlk, pNidCtrlBlk);
 }
 
 uint32_t RBPNIDMaskCA(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,

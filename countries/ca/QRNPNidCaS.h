@@ -27,12 +27,6 @@
 // buffer. 0, or 26, 4354, 4360, 4362, 106 (captured).
 uint32_t InitCountryCA(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk);
 
-// Accepts the six character types and the numeric types U_LONG_LONG, INTEGER,
-// U_INTEGER, DECIMAL_PKD and ORA_VARNUM, fills the column's conversion block
-// and sets the Canadian block's bNumericSource. 0; 26 without a conversion
-// block; 4354 for any other type (captured with type, column and country).
-uint32_t CheckColumnCA(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidCtrlBlk);
-
 // The Canadian row driver. 0, or the row's message number (see RunRowDriver).
 // A method other than mask or random writes 000000000 in the configured layout.
 uint32_t RBPNIDMaskCA(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,

@@ -1,5 +1,8 @@
 #include "countries/es/QRNPNidEsS.h"
 
+#include <cstdlib>
+#include <string_view>
+
 #include "common/trace.h"
 #include "countries/country_setup.h"
 #include "countries/es/QRNPNidEsAlgo.h"
@@ -16,22 +19,21 @@ enum Scratch {
     kMark = 0,      // the eight-digit mark
     kDigitStart,    // where the digits start in the trimmed working string
     kDigitCount,    // 7 or 8
-    kIsNIE          // the value starts with the NIE prefix
+    kIsNIE          // 0 a NIF; an NIE: 1 + its letter's place in kNieLetters
 };
 
 CountryOptionBlock* SpanishBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->blockA; }
 
-uint16_t& SeparatorOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[2]; }
+// The NIE letters (the official rules know all three; otherwise X alone),
+// and the weight of the letter's place in front of the seven digits.
+constexpr wchar_t kNieLetters[3] = {L'X', L'Y', L'Z'};
+constexpr uint64_t kNieLetterWeight = 10000000;
+
+constexpr uint8_t kSeparatorSlot = 2;
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 bool IsAlnum(wchar_t c) { return IsDigit(c) || (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z'); }
 bool IsSeparator(wchar_t c) { return c == L'-' || c == L' '; }
-
-// Invalid data: 4404-4407, and the control letter 4479 on its own.
-bool IsInvalidData(uint32_t iCode) {
-    return (iCode >= QRNP_MSG_SOURCE_CONVERSION && iCode <= QRNP_MSG_INVALID_SOURCE_DATA) ||
-           iCode == QRNP_MSG_ES_INVALID_SUFFIX;
-}
 
 // The separator the flags call for: "-", a blank, or none (0).
 wchar_t SeparatorOf(uint64_t lFlags) {
@@ -40,23 +42,15 @@ wchar_t SeparatorOf(uint64_t lFlags) {
     return 0;
 }
 
-// With separator option 2 the source's style is recorded for the output.
-void KeepSeparatorStyle(RowContext& ctx, wchar_t sep) {
-    if (SeparatorOption(ctx.pBlock) != 2) return;
-    if (sep == 0)
-        ctx.lRowFlags |= ES_FLAG_NO_SEPARATOR;
-    else
-        ctx.lRowFlags |= (sep == L'-') ? ES_FLAG_HYPHEN : ES_FLAG_BLANK;
-}
-
-// Writes the identifier into pOut: "X", separator, digits, separator, letter
-// for an NIE; digits, separator, letter for a NIF; no separator when sep is
-// 0. Every character is written, so the destination gets the whole
+// Writes the identifier into pOut: the NIE letter, separator, digits,
+// separator, letter for an NIE; digits, separator, letter for a NIF (no NIE
+// letter, 0); no separator when sep is 0. Every character is written, so the destination gets the whole
 // identifier (an eight-digit NIF included).
-void AssembleOutput(wchar_t* pOut, bool bNIE, const wchar_t* pDigits, int32_t iDigits, wchar_t sep, char letter) {
+void AssembleOutput(wchar_t* pOut, wchar_t nieLetter, const wchar_t* pDigits, int32_t iDigits, wchar_t sep,
+                    char letter) {
     int32_t i = 0;
-    if (bNIE) {
-        pOut[i++] = prefix;
+    if (nieLetter != 0) {
+        pOut[i++] = nieLetter;
         if (sep != 0) pOut[i++] = sep;
     }
     for (int32_t d = 0; d < iDigits; ++d) pOut[i++] = pDigits[d];
@@ -122,7 +116,7 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
         // Plain NIF: 12345678Z with the mark, 1234567L without.
         const int32_t iCount = ctx.lScratch[kMark] != 0 ? ES_DIGITS_LONG : ES_DIGITS_SHORT;
         if (const uint32_t iCode = ReadNumber(ctx, 0, iCount, iCount, "Invalid suffix"); iCode != 0) return iCode;
-        KeepSeparatorStyle(ctx, 0);
+        NoteSourceSeparator(ctx, L'\0');
         return 0;
     }
     if (L == ES_COMPACT_LEN && s[0] == prefix) {
@@ -130,7 +124,7 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
         if (const uint32_t iCode = ReadNumber(ctx, 1, ES_DIGITS_SHORT, 8, "Invalid source data"); iCode != 0)
             return iCode;
         ctx.lScratch[kIsNIE] = 1;
-        KeepSeparatorStyle(ctx, 0);
+        NoteSourceSeparator(ctx, L'\0');
         return 0;
     }
     if (L == ES_COMPACT_LEN) {
@@ -139,7 +133,7 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
         if (!IsSeparator(sep))
             return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
                                   {RowToken::Value, RowToken::Country});
-        KeepSeparatorStyle(ctx, sep);
+        NoteSourceSeparator(ctx, sep);
         return ReadNumber(ctx, 0, ES_DIGITS_SHORT, 8, "Invalid suffix");
     }
     if (L == ES_SEPARATED_NIE_LEN) {
@@ -148,7 +142,7 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
         if (s[0] != prefix || !IsSeparator(sep) || s[ES_POS_NIE_SEPARATOR2] != sep)
             return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
                                   {RowToken::Value, RowToken::Country});
-        KeepSeparatorStyle(ctx, sep);
+        NoteSourceSeparator(ctx, sep);
         if (const uint32_t iCode = ReadNumber(ctx, 2, ES_DIGITS_SHORT, 10, "Invalid suffix"); iCode != 0)
             return iCode;
         ctx.lScratch[kIsNIE] = 1;
@@ -159,9 +153,54 @@ uint32_t CheckLayoutImpl(RowContext& ctx) {
                           {RowToken::Value, RowToken::Country});
 }
 
+wchar_t Upper(wchar_t c) { return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - L'a' + L'A') : c; }
+
+// The layouts under the official rules: a DNI of eight digits and its
+// letter, or an NIE of X, Y or Z, seven digits and its letter, each compact
+// or with one separator kind before the letter (and after the NIE letter);
+// letters in either case. Seven-digit NIFs do not exist (4405).
+uint32_t CheckOfficialLayout(RowContext& ctx) {
+    wchar_t* s = ctx.pInBuf;
+    const int32_t L = ctx.iInLength;
+    const int32_t iNie = L > 0 ? static_cast<int32_t>(std::wstring_view(L"XYZ").find(Upper(s[0]))) + 1 : 0;
+    const bool bNIE = iNie > 0 && iNie <= 3;
+    const int32_t iCompact = bNIE ? 9 : ES_COMPACT_LEN;
+    if (L < iCompact || L > iCompact + (bNIE ? 2 : 1))
+        return ReportRowError(ctx, QRNP_MSG_INVALID_LENGTH, "Invalid source length",
+                              {RowToken::Value, RowToken::Length, RowToken::Country});
+    // Separators: before the control letter, and for an NIE after its letter
+    // too; one kind in one value.
+    wchar_t sep = L'\0';
+    const bool bAfterNie = bNIE && L > iCompact && IsSeparator(s[1]);
+    const bool bBeforeLetter = L > iCompact && IsSeparator(s[L - 2]);
+    if (L > iCompact) {
+        sep = bAfterNie ? s[1] : s[L - 2];
+        if (static_cast<int32_t>(bAfterNie) + static_cast<int32_t>(bBeforeLetter) != L - iCompact ||
+            (bAfterNie && bBeforeLetter && s[1] != s[L - 2]))
+            return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
+                                  {RowToken::Value, RowToken::Country});
+    }
+    const int32_t iStart = bNIE ? (bAfterNie ? 2 : 1) : 0;
+    const int32_t iCount = bNIE ? ES_DIGITS_SHORT : ES_DIGITS_LONG;
+    int32_t iNumber = 0;
+    if (QRNPCnvWVarcharSzToInt(s, &iNumber, iStart, iCount) != 0 || !IsAlnum(s[L - 1]))
+        return ReportRowError(ctx, QRNP_MSG_INVALID_SOURCE_DATA, "Invalid source data",
+                              {RowToken::Value, RowToken::Country});
+    const uint64_t lLetterNumber =
+        (bNIE ? static_cast<uint64_t>(iNie - 1) * kNieLetterWeight : 0) + static_cast<uint64_t>(iNumber);
+    if ((ctx.pCtrlBlk->sProcFlags & QRNP_PROC_VALIDATE_FULLY) != 0 &&
+        Upper(s[L - 1]) != static_cast<wchar_t>(ControlLetter(lLetterNumber)))
+        return ReportRowError(ctx, QRNP_MSG_ES_INVALID_SUFFIX, "Invalid suffix", {RowToken::Value});
+    NoteSourceSeparator(ctx, sep);
+    ctx.lScratch[kDigitStart] = iStart;
+    ctx.lScratch[kDigitCount] = iCount;
+    ctx.lScratch[kIsNIE] = bNIE ? iNie : 0;
+    return 0;
+}
+
 uint32_t CheckLayout(RowContext& ctx) {
     TRC_ENTRY(kComponent, "CheckLayout");
-    const uint32_t iCode = CheckLayoutImpl(ctx);
+    const uint32_t iCode = OfficialRules(ctx) ? CheckOfficialLayout(ctx) : CheckLayoutImpl(ctx);
     TRC_EXIT(kComponent, "CheckLayout", iCode);
     return iCode;
 }
@@ -180,9 +219,13 @@ uint32_t Mask(RowContext& ctx) {
         n = n * 10 + static_cast<uint64_t>(masked[i]);
         digits[i] = static_cast<wchar_t>(L'0' + masked[i]);
     }
-    const char suffix = ControlLetter(n);
     TRC_VAR(kComponent, "n", KNL_TRC_U64, &n);
-    AssembleOutput(ctx.pOutBuf, ctx.lScratch[kIsNIE] != 0, digits, iCount, SeparatorOf(ctx.lRowFlags), suffix);
+    // Under the official rules the letter counts the NIE's X, Y or Z as 0, 1 or 2 before the digits.
+    const int64_t iNie = ctx.lScratch[kIsNIE];
+    const uint64_t lLetterNumber = iNie > 1 ? static_cast<uint64_t>(iNie - 1) * kNieLetterWeight + n : n;
+    const char suffix = ControlLetter(lLetterNumber);
+    AssembleOutput(ctx.pOutBuf, iNie != 0 ? kNieLetters[iNie - 1] : L'\0', digits, iCount, SeparatorOf(ctx.lRowFlags),
+                   suffix);
     TRC_EXIT(kComponent, "Mask", 0);
     return 0;
 }
@@ -213,12 +256,23 @@ uint32_t Random(RowContext& ctx) {
     }
 
     const bool bNIE = n <= ES_RANDOM_NIE_MAX;
-    const int32_t iWidth = bNIE ? ES_DIGITS_SHORT : iCount;
+    // Under the official rules a NIF has eight digits and a NIE any of X, Y and Z.
+    const bool bOfficial = OfficialRules(ctx);
+    const int32_t iWidth = bNIE ? ES_DIGITS_SHORT : bOfficial ? ES_DIGITS_LONG : iCount;
     wchar_t digits[ES_DIGITS_LONG];
     const int32_t iPad = iWidth - iTextLen;
     for (int32_t i = 0; i < iWidth; ++i) digits[i] = i < iPad ? L'0' : text[i - iPad];
+    const int32_t iNieLetter = bNIE && bOfficial ? std::rand() % 3 : 0;
+    char letter = iNieLetter > 0 ? ControlLetter(static_cast<uint64_t>(iNieLetter) * kNieLetterWeight + n) : suffix;
+    if (bOfficial && !bNIE && iCount == ES_DIGITS_SHORT) {
+        // An eighth digit in front of the seven drawn.
+        const int iFirst = std::rand() % 10;
+        digits[0] = static_cast<wchar_t>(L'0' + iFirst);
+        letter = ControlLetter(static_cast<uint64_t>(iFirst) * kNieLetterWeight + n);
+    }
     // No per-row bits were added: the option flags alone choose the separator.
-    AssembleOutput(ctx.pOutBuf, bNIE, digits, iWidth, SeparatorOf(ctx.lRowFlags), suffix);
+    AssembleOutput(ctx.pOutBuf, bNIE ? kNieLetters[iNieLetter] : L'\0', digits, iWidth, SeparatorOf(ctx.lRowFlags),
+                   letter);
     TRC_VAR(kComponent, "pOutBuf", KNL_TRC_WSTR, ctx.pOutBuf);
     TRC_EXIT(kComponent, "Random", 0);
     return 0;
@@ -228,47 +282,35 @@ const CountryDriver kSpain = {
     .pComponent = kComponent,
     .pCountryName = kCountry,
     .pfnBlock = SpanishBlock,
+    .pInitName = "InitCountryES",
+    .bTraceInitArguments = false,
+    .pfnBeforeColumnCheck = nullptr,
+    .column = kCharacterColumns,
+    .pfnDecodeParts = nullptr,
+    .iSeparatorSlot = kSeparatorSlot,
+    .sSeparatorValueType = QRNP_TV_INT16,
+    .bTraceSeparator = true,
+    .separatorCodes = {{1, ES_FLAG_NO_SEPARATOR}, {8, ES_FLAG_HYPHEN}, {16, ES_FLAG_BLANK}},
+    .pfnAfterSeparator = nullptr,
+    .bTraceOptionFlags = true,
+    .iWorkBufBytes = kWorkBufBytes,
+    .separatorStyles = {{L'\0', ES_FLAG_NO_SEPARATOR}, {L'-', ES_FLAG_HYPHEN}, {L' ', ES_FLAG_BLANK}},
+    // The control letter, on its own.
+    .iFirstFieldCheck = QRNP_MSG_ES_INVALID_SUFFIX,
+    .iLastFieldCheck = QRNP_MSG_ES_INVALID_SUFFIX,
     .pfnBeforeMethod = BeforeMethod,
     .pfnOtherMethod = nullptr,
     .pfnCheckLayout = CheckLayout,
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = nullptr,
-    .pfnIsInvalidData = IsInvalidData,
     .pDstConversionTrace = "Error in dst conversion",
 };
 
 }  // namespace
 
 uint32_t InitCountryES(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
-    TRC_ENTRY(kComponent, "InitCountryES");
-    CountryOptionBlock* pBlock = SpanishBlock(pNidCtrlBlk);
-    if (const uint32_t iCode = CheckColumn(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk, kComponent, kCountry)) {
-        TRC_EXIT(kComponent, "InitCountryES", iCode);
-        return iCode;
-    }
-
-    pBlock->lOptionFlags = 0;
-    const int16_t sSeparator = static_cast<int16_t>(SeparatorOption(pBlock));
-    TRC_VAR(kComponent, "sSeparator", KNL_TRC_I16, &sSeparator);
-    switch (sSeparator) {
-        case 0: SeparatorOption(pBlock) = 2; break;
-        case 1: pBlock->lOptionFlags |= ES_FLAG_NO_SEPARATOR; break;
-        case 2: break;
-        case 8: pBlock->lOptionFlags |= ES_FLAG_HYPHEN; break;
-        case 16: pBlock->lOptionFlags |= ES_FLAG_BLANK; break;
-        default: {
-            const uint32_t iCode = ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry,
-                                                                static_cast<uint16_t>(sSeparator), QRNP_TV_INT16);
-            TRC_EXIT(kComponent, "InitCountryES", iCode);
-            return iCode;
-        }
-    }
-    TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);
-
-    const uint32_t iCode = AcquireWorkBuffer(pCtrlBlk, pNidCtrlBlk, pBlock, kWorkBufBytes, kComponent, kCountry);
-    TRC_EXIT(kComponent, "InitCountryES", iCode);
-    return iCode;
+    return RunCountrySetup(kSpain, pCtrlBlk, pNidCtrlBlk);
 }
 
 uint32_t RBPNIDMaskES(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,

@@ -9,6 +9,7 @@
 
 #include "countries/fr/QRNPNidFrAlgo.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 
@@ -54,9 +55,10 @@ inline void PutDept(wchar_t* pDst, int32_t iDept) {
 inline bool IsDeptRow(int32_t iDept) { return iDept >= 0 && iDept < FR_DEPT_ROWS && iDept != FR_DEPT_NONE; }
 
 // Writes the key of the 13 characters at pOut into positions 13-14 and terminates.
-uint32_t FinishWithKey(wchar_t* pOut, int32_t iDeptWritten) {
+uint32_t FinishWithKey(wchar_t* pOut, int32_t iDeptWritten, bool bOfficial) {
     int32_t iKey = 0;
-    uint32_t rc = InseeKey(pOut, iDeptWritten == FR_DEPT_2A || iDeptWritten == FR_DEPT_2B, &iKey);
+    uint32_t rc = bOfficial ? OfficialInseeKey(pOut, iDeptWritten, &iKey)
+                            : InseeKey(pOut, iDeptWritten == FR_DEPT_2A || iDeptWritten == FR_DEPT_2B, &iKey);
     if (rc != 0) return rc;
     PutDigits(pOut + FR_POS_KEY, iKey, 2);
     pOut[FR_INSEE_LEN] = L'\0';
@@ -69,7 +71,40 @@ inline int CommuneDifference(const void* a, const void* b) {
     return static_cast<int>(*static_cast<const int16_t*>(a)) - static_cast<int>(*static_cast<const int16_t*>(b));
 }
 
+// The country after (bForward) or before iCode in the list of countries of
+// birth, round the list; a code not in the list moves from where it would be.
+int32_t NextBirthCountry(int32_t iCode, bool bForward) {
+    const int16_t* pEnd = FR_BIRTH_COUNTRIES + FR_BIRTH_COUNTRY_COUNT;
+    const int16_t* p = std::lower_bound(FR_BIRTH_COUNTRIES, pEnd, static_cast<int16_t>(iCode));
+    int32_t i = static_cast<int32_t>(p - FR_BIRTH_COUNTRIES);
+    if (bForward)
+        i = (p != pEnd && *p == iCode) ? i + 1 : i;
+    else
+        i = i - 1 + FR_BIRTH_COUNTRY_COUNT;
+    return FR_BIRTH_COUNTRIES[i % FR_BIRTH_COUNTRY_COUNT];
+}
+
 }  // namespace
+
+bool IsBirthCountry(int32_t iCode) {
+    return std::binary_search(FR_BIRTH_COUNTRIES, FR_BIRTH_COUNTRIES + FR_BIRTH_COUNTRY_COUNT,
+                              static_cast<int16_t>(iCode));
+}
+
+uint32_t OfficialInseeKey(const wchar_t* pThirteen, int32_t iDept, int32_t* piKey) {
+    wchar_t digits[FR_INSEE_KEYED_LEN + 1];
+    for (int32_t i = 0; i < FR_INSEE_KEYED_LEN; ++i) {
+        if (pThirteen[i] == L'\0') return QRNP_MSG_SOURCE_CONVERSION;
+        digits[i] = pThirteen[i];
+    }
+    digits[FR_INSEE_KEYED_LEN] = L'\0';
+    // Corsica: "2A" counts as 19 and "2B" as 18.
+    if (iDept == FR_DEPT_2A || iDept == FR_DEPT_2B) {
+        digits[FR_POS_DEPT] = L'1';
+        digits[FR_POS_DEPT + 1] = iDept == FR_DEPT_2A ? L'9' : L'8';
+    }
+    return InseeKey(digits, false, piKey);
+}
 
 int CompareCommunes(const void* a, const void* b) {
     TRC_ENTRY(kComp, "CompareCommunes");
@@ -199,7 +234,11 @@ uint32_t MaskINSEE(const wchar_t* inseeInValue, uint64_t lOptionFlags, wchar_t* 
     //    the input commune for an even input department, before it for an odd
     //    one, wrapping within 1..highest.
     int32_t iNewCommune = iCommune;
-    if (lOptionFlags & FR_FLAG_COMMUNE) {
+    const bool bOfficial = (lOptionFlags & FR_FLAG_OFFICIAL) != 0;
+    if ((lOptionFlags & FR_FLAG_COMMUNE) && bOfficial && iNewDept == FR_DEPT_ABROAD) {
+        // Born abroad: the country of birth moves as a commune would (99 is odd: back).
+        iNewCommune = NextBirthCountry(iCommune, iDept % 2 == 0);
+    } else if (lOptionFlags & FR_FLAG_COMMUNE) {
         if (iCommune < 1) {
             TRC_TEXT(kComp, "Invalid commune");
             TRC_EXIT(kComp, "MaskINSEE", QRNP_MSG_FR_INVALID_COMMUNE);
@@ -235,14 +274,14 @@ uint32_t MaskINSEE(const wchar_t* inseeInValue, uint64_t lOptionFlags, wchar_t* 
         for (int32_t i = 0; i < 3; ++i) out[FR_POS_ORDER + i] = static_cast<wchar_t>(L'0' + e[pRow[i] - 1]);
     }
 
-    // 8. Key over what was written, Corsica keyed as "20".
-    rc = FinishWithKey(out, iNewDept);
+    // 8. Key over what was written, Corsica keyed as "20" (official rules: 19 and 18).
+    rc = FinishWithKey(out, iNewDept, bOfficial);
     if (rc == 0) TRC_VAR(kComp, "inseeOutValue", KNL_TRC_WSTR, inseeOutValue);
     TRC_EXIT(kComp, "MaskINSEE", rc);
     return rc;
 }
 
-uint32_t RandomINSEE(wchar_t* inseeOutValue) {
+uint32_t RandomINSEE(wchar_t* inseeOutValue, bool bOfficial) {
     TRC_ENTRY(kComp, "RandomINSEE");
     if (bSeedPending) {
         std::srand(static_cast<unsigned>(std::time(nullptr)));
@@ -257,20 +296,25 @@ uint32_t RandomINSEE(wchar_t* inseeOutValue) {
     PutDigits(out + FR_POS_MONTH, std::rand() % 12 + 1, 2);
 
     int32_t iDept;
-    do {
-        iDept = std::rand() % FR_DEPT_ROWS;
-    } while (iDept == FR_DEPT_NONE);
-    PutDept(out + FR_POS_DEPT, iDept);
-
-    const int32_t h = deptTable[iDept].sHighest;
     int32_t iCommune;
-    do {
-        iCommune = std::rand() % h + 1;
-    } while (!CommuneIsValid(iDept, iCommune));
+    if (bOfficial && std::rand() % 10 == 0) {
+        // About one resident in ten was born abroad.
+        iDept = FR_DEPT_ABROAD;
+        iCommune = FR_BIRTH_COUNTRIES[std::rand() % FR_BIRTH_COUNTRY_COUNT];
+    } else {
+        do {
+            iDept = std::rand() % FR_DEPT_ROWS;
+        } while (iDept == FR_DEPT_NONE);
+        const int32_t h = deptTable[iDept].sHighest;
+        do {
+            iCommune = std::rand() % h + 1;
+        } while (!CommuneIsValid(iDept, iCommune));
+    }
+    PutDept(out + FR_POS_DEPT, iDept);
     PutDigits(out + FR_POS_COMMUNE, iCommune, 3);
     PutDigits(out + FR_POS_ORDER, std::rand() % 1000, 3);
 
-    uint32_t rc = FinishWithKey(out, iDept);
+    uint32_t rc = FinishWithKey(out, iDept, bOfficial);
     if (rc == 0) TRC_VAR(kComp, "inseeOutValue", KNL_TRC_WSTR, inseeOutValue);
     TRC_EXIT(kComp, "RandomINSEE", rc);
     return rc;

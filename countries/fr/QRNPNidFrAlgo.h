@@ -23,6 +23,21 @@ struct DeptRow {
 // from data/fr_communes.csv into QRNPNidFrAlgoExt.cpp.
 extern const DeptRow deptTable[98];
 
+// The last three digits of the INSEE codes of the countries and territories
+// of birth (99101-99517), ascending: the commune field of a NIR whose
+// department is 99. Generated from data/fr_birth_countries.csv into
+// QRNPNidFrBirthCountries.cpp.
+inline constexpr int32_t FR_BIRTH_COUNTRY_COUNT = 236;
+extern const int16_t FR_BIRTH_COUNTRIES[FR_BIRTH_COUNTRY_COUNT];
+
+// True when iCode (three digits) is a country or territory of birth.
+bool IsBirthCountry(int32_t iCode);
+
+// The check key under the official rules: as InseeKey, but Corsica is keyed
+// with "2A" read as "19" and "2B" as "18". iDept is the department as the
+// commune table numbers it (FR_DEPT_2A, FR_DEPT_2B, or its number).
+uint32_t OfficialInseeKey(const wchar_t* pThirteen, int32_t iDept, int32_t* piKey);
+
 // bsearch comparison of two commune numbers: reads both as int16_t and
 // returns a - b.
 int CompareCommunes(const void* a, const void* b);
@@ -42,7 +57,10 @@ uint32_t InseeKey(const wchar_t* pThirteen, bool bCorsica, int32_t* piKey);
 // Masks the compact number inseeInValue (15 characters the row driver has
 // checked) under the option flags FR_FLAG_SEX .. FR_FLAG_COMMUNE (other bits
 // are ignored) into inseeOutValue (room for 16 wide characters). The order
-// number is always masked and the key recomputed. Deterministic.
+// number is always masked and the key recomputed. Deterministic. With
+// FR_FLAG_OFFICIAL the key follows the official rules and a number of
+// someone born abroad (department 99) stays one: its country moves to the
+// next country of the list where a commune would move to the next commune.
 // Returns 0; 4454 sex digit not 1, 2, 7 or 8 (with FR_FLAG_SEX); 4455 the
 // commune row to search is not a department (cannot happen for a checked
 // value); 4457 commune below 1 (with FR_FLAG_COMMUNE); 4404 key conversion
@@ -52,7 +70,9 @@ uint32_t MaskINSEE(const wchar_t* inseeInValue, uint64_t lOptionFlags, wchar_t* 
 
 // Writes a fresh well-formed number into inseeOutValue (room for 16 wide
 // characters) from rand(); the first call in the process seeds it with
-// srand(time(NULL)). Returns 0, or 4404 when the key conversion fails.
-uint32_t RandomINSEE(wchar_t* inseeOutValue);
+// srand(time(NULL)). Under the official rules (bOfficial) one number in ten
+// is of someone born abroad and Corsica gets its official key. Returns 0, or
+// 4404 when the key conversion fails.
+uint32_t RandomINSEE(wchar_t* inseeOutValue, bool bOfficial = false);
 
 #endif

@@ -412,7 +412,7 @@ uint32_t MaskCF(const wchar_t* value, wchar_t* pOutput, uint64_t lRowFlags) {
     return 0;
 }
 
-uint32_t RandomCF(wchar_t* pOutput) {
+uint32_t RandomCF(wchar_t* pOutput, bool bOfficial) {
     TRC_ENTRY(kComp, "RandomCF");
     if (bSeedPending) {
         std::srand(static_cast<unsigned>(std::time(nullptr)));
@@ -427,7 +427,8 @@ uint32_t RandomCF(wchar_t* pOutput) {
     PutDigits(out + IT_POS_YEAR, iYear, 2);
     const int32_t iMonthIndex = std::rand() % 12;
     out[IT_POS_MONTH] = MONTHS[iMonthIndex];
-    int32_t iDay = std::rand() % DaysInMonth(iMonthIndex, iYear);
+    // (Under the official rules the day is 1 to the month's last: there is no day 00.)
+    int32_t iDay = std::rand() % DaysInMonth(iMonthIndex, iYear) + (bOfficial ? 1 : 0);
     if (std::rand() % 2 == 1) iDay += IT_WOMAN_DAY_OFFSET;
     PutDigits(out + IT_POS_DAY, iDay, 2);
 

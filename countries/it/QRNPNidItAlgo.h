@@ -74,6 +74,7 @@ uint32_t MaskCF(const wchar_t* value, wchar_t* pOutput, uint64_t lRowFlags);
 // Writes a fresh codice fiscale into pOutput (room for 17 wide characters)
 // from rand(); the first call in the process seeds it with srand(time(NULL)).
 // Always 0. Its day runs from 00 and it never writes replacement letters.
-uint32_t RandomCF(wchar_t* pOutput);
+// Under the official rules (bOfficial) the day is never 00 (or 40).
+uint32_t RandomCF(wchar_t* pOutput, bool bOfficial = false);
 
 #endif

@@ -16,16 +16,10 @@ constexpr uint32_t kWorkBufBytes = 96;
 CountryOptionBlock* ItalianBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->blockB; }
 
 uint16_t& RequestedFlags(CountryOptionBlock* pBlock) { return pBlock->sSlot[1]; }
-uint16_t& SeparatorCode(CountryOptionBlock* pBlock) { return pBlock->sSlot[2]; }
+constexpr uint8_t kSeparatorSlot = 2;
 
 inline bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 inline bool IsLetter(wchar_t c) { return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z'); }
-
-// Invalid data: 4404-4407 and the Italian field checks 4504-4511.
-bool IsInvalidData(uint32_t iCode) {
-    return (iCode >= QRNP_MSG_SOURCE_CONVERSION && iCode <= QRNP_MSG_INVALID_SOURCE_DATA) ||
-           iCode - QRNP_MSG_IT_INVALID_NAME <= 7u;
-}
 
 // The replacement-letter row bit of a digit position.
 uint64_t LetterBitOf(int32_t iPos) {
@@ -34,13 +28,11 @@ uint64_t LetterBitOf(int32_t iPos) {
     return IT_FLAG_ROW_REGION_LETTERS;
 }
 
-// Length and separators: leaves the compact form and, for separator code 2,
-// the source's style in the row flags.
+// Length and separators: leaves the compact form and notes the source's style.
 uint32_t CheckSeparators(RowContext& ctx) {
     wchar_t* s = ctx.pInBuf;
-    const bool bAsSource = static_cast<int16_t>(SeparatorCode(ctx.pBlock)) == IT_SEPARATOR_AS_SOURCE;
     if (ctx.iInLength == IT_CF_LEN) {
-        if (bAsSource) ctx.lRowFlags |= IT_FLAG_COMPACT;
+        NoteSourceSeparator(ctx, L'\0');
         return 0;
     }
     if (ctx.iInLength != IT_CF_SEPARATED_LEN)
@@ -50,7 +42,7 @@ uint32_t CheckSeparators(RowContext& ctx) {
     if ((sep != L'-' && sep != L' ') || s[IT_SEPARATOR_POSITIONS[1]] != sep || s[IT_SEPARATOR_POSITIONS[2]] != sep)
         return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
                               {RowToken::Value, RowToken::Country});
-    if (bAsSource) ctx.lRowFlags |= sep == L'-' ? IT_FLAG_HYPHENS : IT_FLAG_SPACES;
+    NoteSourceSeparator(ctx, sep);
     for (int32_t i = 2; i >= 0; --i) RemoveCharAt(s, &ctx.iInLength, IT_SEPARATOR_POSITIONS[i]);
     return 0;
 }
@@ -106,7 +98,7 @@ uint32_t Mask(RowContext& ctx) {
 }
 
 uint32_t Random(RowContext& ctx) {
-    const uint32_t iCode = RandomCF(ctx.pOutBuf);
+    const uint32_t iCode = RandomCF(ctx.pOutBuf, OfficialRules(ctx));
     if (iCode != 0) return ReportRowError(ctx, iCode, "Failed to mask RandomCF", {RowToken::Country});
     return 0;
 }
@@ -124,64 +116,56 @@ uint32_t FormatOutput(RowContext& ctx) {
     return 0;
 }
 
+// The parts option: names, birth date and region bits; 0 masks the default
+// parts. 0, or 4362 (captured).
+uint32_t DecodeParts(CtrlBlk* pCtrlBlk, const CountryDriver&, CountryOptionBlock* pBlock) {
+    const uint16_t sRequested = RequestedFlags(pBlock);
+    TRC_VAR(kComponent, "sRequested", KNL_TRC_U16, &sRequested);
+    if (sRequested == 0) {
+        pBlock->lOptionFlags = IT_FLAG_DEFAULT_PARTS;
+        return 0;
+    }
+    pBlock->lOptionFlags = sRequested & (IT_FLAG_NAMES | IT_FLAG_BIRTH_DATE | IT_FLAG_REGION);
+    if (pBlock->lOptionFlags == 0)
+        return ReportSetupError(pCtrlBlk, kComponent, kCountry, QRNP_MSG_INVALID_PARTS_OPTION, nullptr,
+                                {RowToken::Country});
+    return 0;
+}
+
 const CountryDriver kItaly = {
     .pComponent = kComponent,
     .pCountryName = kCountry,
     .pfnBlock = ItalianBlock,
+    .pInitName = "InitCountryIT",
+    .bTraceInitArguments = false,
+    .pfnBeforeColumnCheck = nullptr,
+    .column = kCharacterColumns,
+    .pfnDecodeParts = DecodeParts,
+    .iSeparatorSlot = kSeparatorSlot,
+    .sSeparatorValueType = QRNP_TV_INT16,
+    .bTraceSeparator = false,
+    .separatorCodes = {{IT_SEPARATOR_NONE, IT_FLAG_COMPACT},
+                       {IT_SEPARATOR_HYPHEN, IT_FLAG_HYPHENS},
+                       {IT_SEPARATOR_SPACE, IT_FLAG_SPACES}},
+    .pfnAfterSeparator = nullptr,
+    .bTraceOptionFlags = true,
+    .iWorkBufBytes = kWorkBufBytes,
+    .separatorStyles = {{L'\0', IT_FLAG_COMPACT}, {L'-', IT_FLAG_HYPHENS}, {L' ', IT_FLAG_SPACES}},
+    .iFirstFieldCheck = QRNP_MSG_IT_INVALID_NAME,
+    .iLastFieldCheck = QRNP_MSG_IT_INVALID_CHECK,
     .pfnBeforeMethod = nullptr,
     .pfnOtherMethod = nullptr,
     .pfnCheckLayout = CheckLayout,
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = FormatOutput,
-    .pfnIsInvalidData = IsInvalidData,
     .pDstConversionTrace = "Error in dest conversion",
 };
 
 }  // namespace
 
 uint32_t InitCountryIT(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
-    TRC_ENTRY(kComponent, "InitCountryIT");
-    CountryOptionBlock* pBlock = ItalianBlock(pNidCtrlBlk);
-    if (const uint32_t iCode = CheckColumn(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk, kComponent, kCountry)) {
-        TRC_EXIT(kComponent, "InitCountryIT", iCode);
-        return iCode;
-    }
-
-    pBlock->lOptionFlags = 0;
-    const uint16_t sRequested = RequestedFlags(pBlock);
-    TRC_VAR(kComponent, "sRequested", KNL_TRC_U16, &sRequested);
-    if (sRequested == 0) {
-        pBlock->lOptionFlags = IT_FLAG_DEFAULT_PARTS;
-    } else {
-        pBlock->lOptionFlags = sRequested & (IT_FLAG_NAMES | IT_FLAG_BIRTH_DATE | IT_FLAG_REGION);
-        if (pBlock->lOptionFlags == 0) {
-            const uint32_t iCode = ReportSetupError(pCtrlBlk, kComponent, kCountry, QRNP_MSG_INVALID_PARTS_OPTION,
-                                                    nullptr, {RowToken::Country});
-            TRC_EXIT(kComponent, "InitCountryIT", iCode);
-            return iCode;
-        }
-    }
-
-    const int16_t sSeparator = static_cast<int16_t>(SeparatorCode(pBlock));
-    switch (sSeparator) {
-        case 0: SeparatorCode(pBlock) = IT_SEPARATOR_AS_SOURCE; break;
-        case IT_SEPARATOR_NONE: pBlock->lOptionFlags |= IT_FLAG_COMPACT; break;
-        case IT_SEPARATOR_AS_SOURCE: break;
-        case IT_SEPARATOR_HYPHEN: pBlock->lOptionFlags |= IT_FLAG_HYPHENS; break;
-        case IT_SEPARATOR_SPACE: pBlock->lOptionFlags |= IT_FLAG_SPACES; break;
-        default: {
-            const uint32_t iCode = ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry,
-                                                                static_cast<uint16_t>(sSeparator), QRNP_TV_INT16);
-            TRC_EXIT(kComponent, "InitCountryIT", iCode);
-            return iCode;
-        }
-    }
-    TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);
-
-    const uint32_t iCode = AcquireWorkBuffer(pCtrlBlk, pNidCtrlBlk, pBlock, kWorkBufBytes, kComponent, kCountry);
-    TRC_EXIT(kComponent, "InitCountryIT", iCode);
-    return iCode;
+    return RunCountrySetup(kItaly, pCtrlBlk, pNidCtrlBlk);
 }
 
 uint32_t RBPNIDMaskIT(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,

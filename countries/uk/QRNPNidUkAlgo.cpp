@@ -8,6 +8,9 @@
 
 #include "countries/uk/QRNPNidUkAlgo.h"
 
+#include <array>
+#include <string_view>
+
 #include <cstdlib>
 #include <ctime>
 
@@ -113,6 +116,38 @@ int PrefixCompare(const void* pKey, const void* pEntry) {
     return iResult;
 }
 
+namespace {
+
+constexpr bool IsOfficialPrefix(char a, char b) {
+    constexpr std::string_view kNeither = "DFIQUV";
+    constexpr std::string_view kRefused[] = {"BG", "GB", "KN", "NK", "NT", "TN", "ZZ"};
+    if (kNeither.find(a) != std::string_view::npos || kNeither.find(b) != std::string_view::npos || b == 'O')
+        return false;
+    for (const std::string_view refused : kRefused)
+        if (refused[0] == a && refused[1] == b) return false;
+    return true;
+}
+
+// The official prefixes, alphabetical.
+constexpr auto kOfficialPrefixes = [] {
+    std::array<std::array<char, 2>, UK_OFFICIAL_PREFIX_COUNT> prefixes{};
+    size_t n = 0;
+    for (char a = 'A'; a <= 'Z'; ++a)
+        for (char b = 'A'; b <= 'Z'; ++b)
+            if (IsOfficialPrefix(a, b)) prefixes[n++] = {a, b};
+    return prefixes;
+}();
+static_assert(kOfficialPrefixes.back()[0] == 'Z' && kOfficialPrefixes.back()[1] == 'Y', "373 official prefixes");
+
+}  // namespace
+
+int32_t FindOfficialPrefix(const wchar_t* pValue) {
+    const wchar_t a = Upper(pValue[0]), b = Upper(pValue[1]);
+    for (size_t i = 0; i < kOfficialPrefixes.size(); ++i)
+        if (kOfficialPrefixes[i][0] == a && kOfficialPrefixes[i][1] == b) return static_cast<int32_t>(i);
+    return -1;
+}
+
 int32_t FindPrefix(const wchar_t* pValue) {
     TRC_ENTRY(kComp, "FindPrefix");
     // The traced comparison only while tracing is on: the result is the same.
@@ -175,17 +210,20 @@ uint32_t MaskNINO(const wchar_t* ninoInValue, wchar_t* ninoOutValue, uint64_t lR
     //    index is halved on purpose: changing that would change every masked prefix.
     wchar_t* out = ninoOutValue;
     if (lRowFlags & UK_FLAG_MASK_PREFIX) {
-        const int32_t iSource = FindPrefix(in);
+        int32_t iSource = FindPrefix(in);
+        // A prefix only the official rule allows goes round the official prefixes.
+        const bool bOfficialOnly = iSource < 0 && (lRowFlags & UK_FLAG_OFFICIAL) != 0;
+        if (bOfficialOnly) iSource = FindOfficialPrefix(in);
         if (iSource < 0) {
             TRC_TEXT(kComp, "Invalid prefix");
             TRC_EXIT(kComp, "MaskNINO", -1);
             return kMaskFailed;
         }
-        const int32_t iCount = static_cast<int32_t>(UK_PREFIX_COUNT);
+        const int32_t iCount = static_cast<int32_t>(bOfficialOnly ? UK_OFFICIAL_PREFIX_COUNT : UK_PREFIX_COUNT);
         int32_t iIndex = (iSource / 2 + (iNumber / 1000 - iNumber % 1000)) % iCount;
         if (iIndex < 0) iIndex += iCount;
-        out[0] = VALID_PREFIXES[iIndex][0];
-        out[1] = VALID_PREFIXES[iIndex][1];
+        out[0] = bOfficialOnly ? kOfficialPrefixes[static_cast<size_t>(iIndex)][0] : VALID_PREFIXES[iIndex][0];
+        out[1] = bOfficialOnly ? kOfficialPrefixes[static_cast<size_t>(iIndex)][1] : VALID_PREFIXES[iIndex][1];
     } else {
         out[0] = in[0];
         out[1] = in[1];

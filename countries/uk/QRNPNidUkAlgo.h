@@ -29,6 +29,15 @@ int PrefixCompare(const void* pKey, const void* pEntry);
 // Index in VALID_PREFIXES of the first two characters of pValue (any case), or -1.
 int32_t FindPrefix(const wchar_t* pValue);
 
+// The prefixes the current official rule allows: neither letter D, F, I, Q,
+// U or V, the second not O, and none of BG, GB, KN, NK, NT, TN and ZZ (373,
+// every VALID_PREFIXES entry among them).
+inline constexpr int32_t UK_OFFICIAL_PREFIX_COUNT = 373;
+
+// Index of the first two characters of pValue (any case) among the
+// official prefixes in alphabetical order, or -1.
+int32_t FindOfficialPrefix(const wchar_t* pValue);
+
 // Masks the compact value ninoInValue (8 or 9 characters the row driver has
 // checked) into ninoOutValue (room for 10 wide characters). The number part
 // is scrambled with a key made from the prefix; the suffix is kept as it is;
@@ -36,6 +45,8 @@ int32_t FindPrefix(const wchar_t* pValue);
 // lRowFlags (the only bit read), replaced by a table entry. Deterministic.
 // Returns 0, or 0xFFFFFFFF (-1) when the scrambled digits cannot be read as a
 // number or the prefix is not in the table (neither happens for a checked value).
+// (With UK_FLAG_OFFICIAL, a prefix allowed by the official rule but not in
+// VALID_PREFIXES is masked the same way round the official prefixes.)
 uint32_t MaskNINO(const wchar_t* ninoInValue, wchar_t* ninoOutValue, uint64_t lRowFlags);
 
 // Writes a fresh number into ninoOutValue (room for 10 wide characters): a

@@ -16,6 +16,7 @@ inline constexpr uint64_t UK_FLAG_3_PART = 0x40;         // write the 3-part for
 inline constexpr uint64_t UK_FLAG_5_PART = 0x80;         // write the 5-part form
 inline constexpr uint64_t UK_FLAG_COMPACT_CHOSEN = 0x200;
 inline constexpr uint64_t UK_FLAG_NO_SUFFIX = 0x400;     // per row: the source has no suffix
+inline constexpr uint64_t UK_FLAG_OFFICIAL = 0x800;      // per row: the current official prefix rule
 
 // Separator codes (operand 0x180A).
 inline constexpr int16_t UK_SEP_COMPACT = 1;

@@ -15,7 +15,7 @@ CountryOptionBlock* UkBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->bloc
 
 uint16_t& FormFlags(CountryOptionBlock* pBlock) { return pBlock->sSlot[0]; }
 uint16_t& DataOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[1]; }
-uint16_t& SeparatorOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[2]; }
+constexpr uint8_t kSeparatorSlot = 2;
 
 bool IsLetterOrDigit(wchar_t c) {
     return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') || (c >= L'0' && c <= L'9');
@@ -29,12 +29,6 @@ uint64_t SeparatorBit(wchar_t c) {
         case L' ': return UK_FLAG_SPACE;
         default: return 0;
     }
-}
-
-// Invalid data: 4404-4407 and the United Kingdom field checks 4530-4532.
-bool IsInvalidData(uint32_t iCode) {
-    return (iCode >= QRNP_MSG_SOURCE_CONVERSION && iCode <= QRNP_MSG_INVALID_SOURCE_DATA) ||
-           iCode - QRNP_MSG_UK_INVALID_PREFIX <= 2;
 }
 
 uint32_t InvalidLength(RowContext& ctx) {
@@ -58,7 +52,6 @@ uint32_t InvalidSeparator(RowContext& ctx) {
 // is never needed.
 uint32_t ReadForm(RowContext& ctx) {
     wchar_t* s = ctx.pInBuf;
-    const bool bKeepForm = static_cast<int16_t>(SeparatorOption(ctx.pBlock)) == UK_SEP_AS_SOURCE;
     uint64_t lForm = UK_FLAG_COMPACT_CHOSEN | UK_FLAG_COMPACT;
     // Separator positions of the source's form, highest first; -1 ends the list.
     int32_t iSeparators[4] = {-1, -1, -1, -1};
@@ -105,10 +98,9 @@ uint32_t ReadForm(RowContext& ctx) {
             return InvalidLength(ctx);
     }
 
-    if (bKeepForm) {
-        if (iSeparators[0] >= 0) lForm |= SeparatorBit(s[iSeparators[0]]);
-        ctx.lRowFlags |= lForm;
-    }
+    // The source's form and separator: what separator code 2 writes.
+    if (iSeparators[0] >= 0) lForm |= SeparatorBit(s[iSeparators[0]]);
+    KeepSourceStyle(ctx, lForm);
     for (int32_t iPos : iSeparators) {
         if (iPos >= 0) RemoveCharAt(s, &ctx.iInLength, iPos);
     }
@@ -125,7 +117,10 @@ uint32_t CheckLayout(RowContext& ctx) {
 
     if (const uint32_t iCode = ReadForm(ctx); iCode != 0) return iCode;
 
-    if (FindPrefix(s) < 0) return ReportRowError(ctx, QRNP_MSG_UK_INVALID_PREFIX, "Invalid prefix", {RowToken::Value});
+    const bool bOfficial = OfficialRules(ctx);
+    if (bOfficial) ctx.lRowFlags |= UK_FLAG_OFFICIAL;
+    if ((bOfficial ? FindOfficialPrefix(s) : FindPrefix(s)) < 0)
+        return ReportRowError(ctx, QRNP_MSG_UK_INVALID_PREFIX, "Invalid prefix", {RowToken::Value});
     int32_t iNumber = 0;
     if (QRNPCnvWVarcharSzToInt(s, &iNumber, UK_POS_NUMBER, UK_NUMBER_DIGITS) != 0)
         return ReportRowError(ctx, QRNP_MSG_UK_INVALID_NUMBER, "Invalid number part", {RowToken::Value});
@@ -192,76 +187,38 @@ uint32_t FormatOutput(RowContext& ctx) {
     return 0;
 }
 
-const CountryDriver kUnitedKingdom = {
-    .pComponent = kComponent,
-    .pCountryName = kCountry,
-    .pfnBlock = UkBlock,
-    .pfnBeforeMethod = nullptr,
-    .pfnOtherMethod = nullptr,
-    .pfnCheckLayout = CheckLayout,
-    .pfnMask = Mask,
-    .pfnRandom = Random,
-    .pfnFormatOutput = FormatOutput,
-    .pfnIsInvalidData = IsInvalidData,
-    .pDstConversionTrace = "Error in dest conversion",
-};
-
-uint32_t InitExit(uint32_t iCode) {
-    TRC_EXIT(kComponent, "InitCountryUK", iCode);
-    return iCode;
-}
-
-}  // namespace
-
-uint32_t InitCountryUK(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
-    TRC_ENTRY(kComponent, "InitCountryUK");
-    CountryOptionBlock* pBlock = UkBlock(pNidCtrlBlk);
+// Form flags given: masking needs the masking bit, generation the random
+// bit. Another method in the control block is not checked here (the driver
+// turns it away row by row). 0, or 4534 (captured).
+uint32_t CheckMethodForm(CtrlBlk* pCtrlBlk, const CountryDriver&, CountryOptionBlock* pBlock) {
     const uint16_t sForm = FormFlags(pBlock);
     TRC_VAR(kComponent, "sForm", KNL_TRC_U16, &sForm);
+    if (sForm == 0) return 0;
+    const uint16_t sMethod = pCtrlBlk->sMethod;
+    TRC_VAR(kComponent, "sMethod", KNL_TRC_U16, &sMethod);
+    if ((sMethod == QRNP_METHOD_MASK && (sForm & QRNP_FLAG_UK_MASK_ALLOWED) == 0) ||
+        (sMethod == QRNP_METHOD_RANDOM && (sForm & QRNP_FLAG_UK_RANDOM_ALLOWED) == 0))
+        return ReportSetupError(pCtrlBlk, kComponent, kCountry, QRNP_MSG_UK_METHOD_FORM_MISMATCH, nullptr, {});
+    return 0;
+}
 
-    // 1. Form flags given: masking needs the masking bit, generation the
-    //    random bit. Another method in the control block is not checked here
-    //    (the driver turns it away row by row).
-    if (sForm != 0) {
-        const uint16_t sMethod = pCtrlBlk->sMethod;
-        TRC_VAR(kComponent, "sMethod", KNL_TRC_U16, &sMethod);
-        if ((sMethod == QRNP_METHOD_MASK && (sForm & QRNP_FLAG_UK_MASK_ALLOWED) == 0) ||
-            (sMethod == QRNP_METHOD_RANDOM && (sForm & QRNP_FLAG_UK_RANDOM_ALLOWED) == 0))
-            return InitExit(ReportSetupError(pCtrlBlk, kComponent, kCountry, QRNP_MSG_UK_METHOD_FORM_MISMATCH, nullptr, {}));
-    }
-
-    // 2. The column.
-    if (const uint32_t iCode = CheckColumn(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk, kComponent, kCountry))
-        return InitExit(iCode);
-
-    // 3. The data option: bit 1 masks the prefix too.
-    pBlock->lOptionFlags = 0;
+// The data option: bit 1 masks the prefix too. 0, or 4362 (captured).
+uint32_t DecodeParts(CtrlBlk* pCtrlBlk, const CountryDriver&, CountryOptionBlock* pBlock) {
     const uint16_t sData = DataOption(pBlock);
     if (sData & 1) {
         pBlock->lOptionFlags |= UK_FLAG_MASK_PREFIX;
     } else if (sData != 0) {
-        return InitExit(ReportSetupError(pCtrlBlk, kComponent, kCountry, QRNP_MSG_INVALID_PARTS_OPTION, nullptr,
-                                         {RowToken::Country}));
+        return ReportSetupError(pCtrlBlk, kComponent, kCountry, QRNP_MSG_INVALID_PARTS_OPTION, nullptr,
+                                {RowToken::Country});
     }
+    return 0;
+}
 
-    // 4. The separator code.
-    const int16_t sSeparator = static_cast<int16_t>(SeparatorOption(pBlock));
-    TRC_VAR(kComponent, "sSeparator", KNL_TRC_I16, &sSeparator);
-    switch (sSeparator) {
-        case 0: SeparatorOption(pBlock) = UK_SEP_AS_SOURCE; break;
-        case UK_SEP_COMPACT: pBlock->lOptionFlags |= UK_FLAG_COMPACT; break;
-        case UK_SEP_AS_SOURCE: break;
-        case UK_SEP_FULL_STOP: pBlock->lOptionFlags |= UK_FLAG_FULL_STOP; break;
-        case UK_SEP_HYPHEN: pBlock->lOptionFlags |= UK_FLAG_HYPHEN; break;
-        case UK_SEP_SPACE: pBlock->lOptionFlags |= UK_FLAG_SPACE; break;
-        default:
-            return InitExit(ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry,
-                                                         static_cast<uint16_t>(sSeparator), QRNP_TV_INT16));
-    }
-
-    // 5. The output form: compact for code 1, the source's own under code 2,
-    //    else the form flags' (5-part with bit 2, 3-part otherwise).
-    const int16_t sCode = static_cast<int16_t>(SeparatorOption(pBlock));
+// The output form: compact for code 1, the source's own under code 2, else
+// the form flags' (5-part with bit 2, 3-part otherwise). 0, or 4529 (captured).
+uint32_t DecodeOutputForm(CtrlBlk* pCtrlBlk, const CountryDriver& country, CountryOptionBlock* pBlock) {
+    const uint16_t sForm = FormFlags(pBlock);
+    const int16_t sCode = SeparatorCode(country, pBlock);
     if (sCode == UK_SEP_COMPACT) {
         pBlock->lOptionFlags |= UK_FLAG_COMPACT_CHOSEN;
     } else if (sCode != UK_SEP_AS_SOURCE) {
@@ -271,14 +228,48 @@ uint32_t InitCountryUK(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
             TokenCapture(pCtrlBlk, L"QRNP_FLAG_UK_FORM_3_PART", QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_FLAG, 0);
             TokenCapture(pCtrlBlk, L"QRNP_FLAG_UK_FORM_5_PART", QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_FLAG, 0);
             TRC_TEXT(kComponent, "Invalid Flags");
-            return InitExit(QRNP_MSG_UK_INVALID_FLAGS);
+            return QRNP_MSG_UK_INVALID_FLAGS;
         }
         pBlock->lOptionFlags |= (sForm & QRNP_FLAG_UK_FORM_5_PART) ? UK_FLAG_5_PART : UK_FLAG_3_PART;
     }
-    TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);
+    return 0;
+}
 
-    // 6. The working buffer.
-    return InitExit(AcquireWorkBuffer(pCtrlBlk, pNidCtrlBlk, pBlock, kWorkBufBytes, kComponent, kCountry));
+const CountryDriver kUnitedKingdom = {
+    .pComponent = kComponent,
+    .pCountryName = kCountry,
+    .pfnBlock = UkBlock,
+    .pInitName = "InitCountryUK",
+    .bTraceInitArguments = false,
+    .pfnBeforeColumnCheck = CheckMethodForm,
+    .column = kCharacterColumns,
+    .pfnDecodeParts = DecodeParts,
+    .iSeparatorSlot = kSeparatorSlot,
+    .sSeparatorValueType = QRNP_TV_INT16,
+    .bTraceSeparator = true,
+    .separatorCodes = {{UK_SEP_COMPACT, UK_FLAG_COMPACT},
+                       {UK_SEP_FULL_STOP, UK_FLAG_FULL_STOP},
+                       {UK_SEP_HYPHEN, UK_FLAG_HYPHEN},
+                       {UK_SEP_SPACE, UK_FLAG_SPACE}},
+    .pfnAfterSeparator = DecodeOutputForm,
+    .bTraceOptionFlags = true,
+    .iWorkBufBytes = kWorkBufBytes,
+    .separatorStyles = {},  // the form and separator are read together (ReadForm)
+    .iFirstFieldCheck = QRNP_MSG_UK_INVALID_PREFIX,
+    .iLastFieldCheck = QRNP_MSG_UK_INVALID_SUFFIX,
+    .pfnBeforeMethod = nullptr,
+    .pfnOtherMethod = nullptr,
+    .pfnCheckLayout = CheckLayout,
+    .pfnMask = Mask,
+    .pfnRandom = Random,
+    .pfnFormatOutput = FormatOutput,
+    .pDstConversionTrace = "Error in dest conversion",
+};
+
+}  // namespace
+
+uint32_t InitCountryUK(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
+    return RunCountrySetup(kUnitedKingdom, pCtrlBlk, pNidCtrlBlk);
 }
 
 uint32_t RBPNIDMaskUK(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,

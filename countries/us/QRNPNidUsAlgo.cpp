@@ -12,6 +12,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include <qrnp/qrnp_common.h>
 #include <qrnp/qrnp_messages.h>
@@ -28,6 +29,11 @@ constexpr int32_t kSerialDigits = 4;
 // Numbers that were published and must never pass as real ones.
 constexpr int32_t kVoidedSsn1 = 78051120;    // 078-05-1120
 constexpr int32_t kVoidedSsn2 = 457555462;   // 457-55-5462
+constexpr int32_t kHighestIssuableArea = 899;  // 900-999 are not SSNs
+constexpr int32_t kNeverIssuedArea = 666;
+
+// Set until the first official random number has seeded rand().
+bool bOfficialSeedPending = true;
 // The serial's digit shift: odd areas, even areas.
 constexpr int32_t kOddAreaOffset = 5;
 constexpr int32_t kEvenAreaOffset = 3;
@@ -105,6 +111,32 @@ int32_t TransposeSerial(int32_t iSerial, int32_t iArea, int32_t iOffset, int32_t
     return iRc;
 }
 
+// A number issued since the 2011 randomization (official rules), or one the
+// table does not know: the area stays, the group moves one step in issuance
+// order (forward in odd areas, back in even ones) within 01-99 and the serial
+// is transposed, as for any area.
+int32_t MaskIssuedSince2011(int32_t iInSsn, int32_t* piOutSsn, bool bValidate) {
+    const int32_t iArea = iInSsn / 1000000;
+    const int32_t iGroup = (iInSsn - iArea * 1000000) / 10000;
+    const int32_t iSerial = iInSsn % 10000;
+    int32_t iRank = IssuanceRank(iGroup);
+    if (bValidate) {
+        if (iRank < 1) return QRNP_MSG_US_INVALID_GROUP;
+        if (iSerial < 1 || iInSsn == kVoidedSsn1 || iInSsn == kVoidedSsn2) return QRNP_MSG_US_INVALID_SERIAL;
+    }
+    int32_t iOffset = kOddAreaOffset;
+    if (iArea % 2 != 0) {
+        iRank = iRank >= kHighestRank ? 1 : iRank + 1;
+    } else {
+        iRank = iRank <= 1 ? kHighestRank : iRank - 1;
+        iOffset = kEvenAreaOffset;
+    }
+    int32_t iNewSerial = 0;
+    if (TransposeSerial(iSerial, iArea, iOffset, &iNewSerial) != 0) return -1;
+    *piOutSsn = iArea * 1000000 + GroupOfRank(iRank) * 10000 + iNewSerial;
+    return 0;
+}
+
 // MaskSSNIn without its traces (it has several exits).
 int32_t MaskWithTable(SsnWorkingTable* pTable, int32_t iInSsn, int32_t* piOutSsn, uint64_t lOptionFlags,
                       bool bValidate) {
@@ -112,7 +144,18 @@ int32_t MaskWithTable(SsnWorkingTable* pTable, int32_t iInSsn, int32_t* piOutSsn
     const int32_t iGroup = (iInSsn - iArea * 1000000) / 10000;
     const int32_t iSerial = iInSsn % 10000;
 
-    // The area must be one in use, validating or not.
+    // The area must be one in use, validating or not. Since the 2011
+    // randomization (the official rules) every area 001-899 but 666 may be
+    // issued, with any group: a number the table does not know is masked
+    // without it, its area kept.
+    if ((lOptionFlags & US_FLAG_OFFICIAL) != 0) {
+        if (iArea < 1 || iArea > kHighestIssuableArea || iArea == kNeverIssuedArea) return QRNP_MSG_US_INVALID_AREA;
+        const int32_t iGroupRank = IssuanceRank(iGroup);
+        const bool bTableKnows =
+            iArea <= pTable->NumAreas && pTable->AreaTable[iArea - 1].cCurGroup != 0 &&
+            (!bValidate || (iGroupRank >= 1 && iGroupRank <= pTable->AreaTable[iArea - 1].cHighGroup));
+        if (!bTableKnows) return MaskIssuedSince2011(iInSsn, piOutSsn, bValidate);
+    }
     if (iArea < 1 || iArea > pTable->NumAreas) return QRNP_MSG_US_INVALID_AREA;
     AreaEntry& entry = pTable->AreaTable[iArea - 1];
     if (entry.cCurGroup == 0) return QRNP_MSG_US_AREA_NOT_IN_USE;
@@ -271,6 +314,26 @@ int32_t MaskSSN(int32_t iInSsn, int32_t* piOutSsn, uint64_t lOptionFlags, uint16
 int32_t RandomSSN(int32_t* piOutSsn, uint64_t lOptionFlags) {
     TRC_ENTRY(kComp, "RandomSSN");
     TRC_VAR(kComp, "lFlags", KNL_TRC_U64, &lOptionFlags);
+    if ((lOptionFlags & US_FLAG_OFFICIAL) != 0) {
+        // Since the 2011 randomization: any area 001-899 but 666, group
+        // 01-99, serial 0001-9999, drawn from rand() (seeded once).
+        if (bOfficialSeedPending) {
+            std::srand(static_cast<unsigned>(std::time(nullptr)));
+            bOfficialSeedPending = false;
+        }
+        int32_t iSsn = 0;
+        do {
+            int32_t iArea = 0;
+            do {
+                iArea = Draw(kHighestIssuableArea) + 1;
+            } while (iArea == kNeverIssuedArea);
+            iSsn = iArea * 1000000 + (Draw(99) + 1) * 10000 + Draw(9999) + 1;
+        } while (iSsn == kVoidedSsn1 || iSsn == kVoidedSsn2);
+        *piOutSsn = iSsn;
+        TRC_VAR(kComp, "iOutSsn", KNL_TRC_I32, piOutSsn);
+        TRC_EXIT(kComp, "RandomSSN", 0);
+        return 0;
+    }
     if (!bRandomReady) {
         SetUpWorkingTable(lOptionFlags, &randomWorking);
         bRandomReady = true;

@@ -15,6 +15,7 @@ inline constexpr uint64_t US_FLAG_DOT = 16;
 inline constexpr uint64_t US_FLAG_REPLACE_AREA = 32;   // another area of the same block
 inline constexpr uint64_t US_FLAG_TABLE_2006 = 64;     // DistAreaTable, "11/01/06"
 inline constexpr uint64_t US_FLAG_TABLE_2008 = 128;    // Y2008AreaTable, "01/02/08"
+inline constexpr uint64_t US_FLAG_OFFICIAL = 256;      // the rules since the 2011 randomization (an extension)
                                                        // neither: MaxGrpAreaTable, "10/10/10"
 
 // Bits of the flags option (operand 0x180E).

@@ -10,6 +10,10 @@
 
 namespace {
 
+static_assert(US_FLAG_HYPHEN == NINE_DIGIT_FLAG_HYPHEN && US_FLAG_BLANK == NINE_DIGIT_FLAG_BLANK &&
+                  US_FLAG_DOT == NINE_DIGIT_FLAG_PERIOD,
+              "the nine-digit writer reads these bits");
+
 constexpr const char* kComponent = "QRNPNidUsS";
 constexpr const wchar_t* kCountry = L"US";
 constexpr uint32_t kWorkBufBytes = 104;
@@ -21,15 +25,9 @@ constexpr int kScratchSource = 1;   // the source SSN, as an integer
 CountryOptionBlock* UnitedStatesBlock(NidCtrlBlk* pNidCtrlBlk) { return &pNidCtrlBlk->blockE; }
 
 uint16_t& FlagsOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[1]; }
-uint16_t& SeparatorOption(CountryOptionBlock* pBlock) { return pBlock->sSlot[3]; }
+constexpr uint8_t kSeparatorSlot = 3;
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
-
-// Invalid data: 4404-4407 and the SSN checks 4554-4557.
-bool IsInvalidData(uint32_t iCode) {
-    return (iCode >= QRNP_MSG_SOURCE_CONVERSION && iCode <= QRNP_MSG_INVALID_SOURCE_DATA) ||
-           (iCode >= QRNP_MSG_US_INVALID_AREA && iCode <= QRNP_MSG_US_INVALID_SERIAL);
-}
 
 // Captures a set-up failure bound to no row with one 16-bit option value as token `iTokenId`.
 uint32_t ReportFlagsError(CtrlBlk* pCtrlBlk, uint32_t iCode, uint16_t sValue, int32_t iTokenId,
@@ -45,6 +43,7 @@ uint32_t ReportFlagsError(CtrlBlk* pCtrlBlk, uint32_t iCode, uint16_t sValue, in
 
 uint32_t CheckLayout(RowContext& ctx) {
     wchar_t* s = ctx.pInBuf;
+    if (OfficialRules(ctx)) ctx.lRowFlags |= US_FLAG_OFFICIAL;
     // The working buffer never shrinks below its 104 set-up bytes, so nine digits fit.
     if (ctx.pBlock->bNumericSource) ZeroPadToNineDigits(ctx);
 
@@ -54,18 +53,17 @@ uint32_t CheckLayout(RowContext& ctx) {
         return ReportRowError(ctx, QRNP_MSG_INVALID_LENGTH, nullptr,
                               {RowToken::Value, RowToken::Length, RowToken::Country});
 
-    const bool bAsSource = SeparatorOption(ctx.pBlock) == US_SEPARATOR_AS_SOURCE;
     if (ctx.iInLength > US_SSN_DIGITS) {
         // Three digits, separator, two digits, the same separator, four digits.
         const wchar_t sep = s[US_SRC_SEP1];
         if (s[US_SRC_SEP2] != sep || (sep != L'-' && sep != L' ' && sep != L'.'))
             return ReportRowError(ctx, QRNP_MSG_INVALID_SEPARATOR, "Invalid separator",
                                   {RowToken::Value, RowToken::Country});
-        if (bAsSource) ctx.lRowFlags |= sep == L'-' ? US_FLAG_HYPHEN : sep == L' ' ? US_FLAG_BLANK : US_FLAG_DOT;
+        NoteSourceSeparator(ctx, sep);
         RemoveCharAt(s, &ctx.iInLength, US_SRC_SEP2);
         RemoveCharAt(s, &ctx.iInLength, US_SRC_SEP1);
-    } else if (bAsSource) {
-        ctx.lRowFlags |= US_FLAG_NO_SEPARATOR;
+    } else {
+        NoteSourceSeparator(ctx, L'\0');
     }
 
     int32_t iValue = 0;
@@ -102,7 +100,7 @@ uint32_t Mask(RowContext& ctx) {
 
 uint32_t Random(RowContext& ctx) {
     int32_t iOut = 0;
-    const int32_t iRc = RandomSSN(&iOut, ctx.lRowFlags);
+    const int32_t iRc = RandomSSN(&iOut, ctx.lRowFlags | (OfficialRules(ctx) ? US_FLAG_OFFICIAL : 0));
     if (iRc != 0)
         return ReportRowError(ctx, static_cast<uint32_t>(iRc), "Failed to mask RandomSSN", {RowToken::Country});
     ctx.lScratch[kScratchResult] = iOut;
@@ -124,114 +122,54 @@ uint32_t FormatOutput(RowContext& ctx) {
     return WriteNineDigits(ctx, ctx.lScratch[kScratchResult], US_OUT_SEP1, US_OUT_SEP2, "Error in dest conversion");
 }
 
+// The flags option: bit 1 replaces the area too, bit 2 and bit 4 choose the
+// 2006 and the 2008 area table (both at once is 4558, captured).
+uint32_t DecodeParts(CtrlBlk* pCtrlBlk, const CountryDriver&, CountryOptionBlock* pBlock) {
+    const uint16_t sFlags = FlagsOption(pBlock);
+    if (sFlags & US_OPTION_REPLACE_AREA) pBlock->lOptionFlags |= US_FLAG_REPLACE_AREA;
+    if ((sFlags & US_OPTION_TABLE_2006) && (sFlags & US_OPTION_TABLE_2008))
+        return ReportFlagsError(pCtrlBlk, QRNP_MSG_US_INVALID_FLAGS, sFlags, QRNP_TOKID_FLAG, "Invalid flags");
+    if (sFlags & US_OPTION_TABLE_2006) pBlock->lOptionFlags |= US_FLAG_TABLE_2006;
+    if (sFlags & US_OPTION_TABLE_2008) pBlock->lOptionFlags |= US_FLAG_TABLE_2008;
+    return 0;
+}
+
 const CountryDriver kUnitedStates = {
     .pComponent = kComponent,
     .pCountryName = kCountry,
     .pfnBlock = UnitedStatesBlock,
+    .pInitName = "InitCountryUS",
+    .bTraceInitArguments = true,
+    .pfnBeforeColumnCheck = nullptr,
+    .column = {.pFunction = "CheckColumnUS",
+               .bNumericTypes = true,
+               .bNumericFirst = false,
+               .bTraceColumnName = true,
+               .bVarnumMarksCanada = true},
+    .pfnDecodeParts = DecodeParts,
+    .iSeparatorSlot = kSeparatorSlot,
+    .sSeparatorValueType = QRNP_TV_UINT16,
+    .bTraceSeparator = false,
+    .separatorCodes = {{1, US_FLAG_NO_SEPARATOR}, {4, US_FLAG_DOT}, {8, US_FLAG_HYPHEN}, {16, US_FLAG_BLANK}},
+    .pfnAfterSeparator = nullptr,
+    .bTraceOptionFlags = true,
+    .iWorkBufBytes = kWorkBufBytes,
+    .separatorStyles = {{L'\0', US_FLAG_NO_SEPARATOR}, {L'-', US_FLAG_HYPHEN}, {L' ', US_FLAG_BLANK}, {L'.', US_FLAG_DOT}},
+    .iFirstFieldCheck = QRNP_MSG_US_INVALID_AREA,
+    .iLastFieldCheck = QRNP_MSG_US_INVALID_SERIAL,
     .pfnBeforeMethod = nullptr,
     .pfnOtherMethod = OtherMethod,
     .pfnCheckLayout = CheckLayout,
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = FormatOutput,
-    .pfnIsInvalidData = IsInvalidData,
     .pDstConversionTrace = "Error in dest conversion",
 };
 
 }  // namespace
 
-uint32_t CheckColumnUS(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidCtrlBlk) {
-    TRC_ENTRY(kComponent, "CheckColumnUS");
-    TRC_VAR(kComponent, "pCtrlBlk", KNL_TRC_PTR, pCtrlBlk);
-    TRC_VAR(kComponent, "pNidCtrlBlk", KNL_TRC_PTR, pNidCtrlBlk);
-    if (pColumnDef == nullptr || pColumnDef->pCnvBlk == nullptr) {
-        TRC_TEXT(kComponent, "conversion block is NULL");
-        ErrorCapture(pCtrlBlk, 0, QRNP_MSG_NO_CONVERSION_BLOCK, 0);
-        TRC_EXIT(kComponent, "CheckColumnUS", QRNP_MSG_NO_CONVERSION_BLOCK);
-        return QRNP_MSG_NO_CONVERSION_BLOCK;
-    }
-    TRC_VAR(kComponent, "pColNameW", KNL_TRC_WSTR, pColumnDef->pColName);
-    ConversionBlock* pCnvBlk = pColumnDef->pCnvBlk;
-    const int16_t sDataType = pColumnDef->sDataType;
-    if (FillCharacterConverters(sDataType, pCnvBlk)) {
-        UnitedStatesBlock(pNidCtrlBlk)->bNumericSource = 0;
-        TRC_EXIT(kComponent, "CheckColumnUS", 0);
-        return 0;
-    }
-    if (FillNumericConverters(sDataType, pCnvBlk)) {
-        const int16_t sPrecision = pColumnDef->sPrecision;
-        // Kept as the Canadian check has it: no precision is both at most 8
-        // and above 20, so every packed-decimal column is accepted.
-        if (sDataType == DECIMAL_PKD && sPrecision <= 8 && sPrecision > 20) {
-            TRC_TEXT(kComponent, "Invalid col lth for decPKD");
-            ErrorCapture(pCtrlBlk, 0, QRNP_MSG_COLUMN_PRECISION, 3);
-            TokenCapture(pCtrlBlk, &sPrecision, QRNP_TV_INT16, QRNP_TOKID_SRCLEN, 0);
-            TokenCapture(pCtrlBlk, &sDataType, QRNP_TV_INT16, QRNP_TOKID_SRC_DATATYPE, 0);
-            TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
-            TRC_EXIT(kComponent, "CheckColumnUS", QRNP_MSG_COLUMN_PRECISION);
-            return QRNP_MSG_COLUMN_PRECISION;
-        }
-        // Kept as it has always been: a VARNUM column marks the Canadian
-        // block, so its values are not padded with zeros here.
-        if (sDataType == ORA_VARNUM)
-            pNidCtrlBlk->blockF.bNumericSource = 1;
-        else
-            UnitedStatesBlock(pNidCtrlBlk)->bNumericSource = 1;
-        TRC_EXIT(kComponent, "CheckColumnUS", 0);
-        return 0;
-    }
-    TRC_TEXT(kComponent, "Datatype not supported");
-    TRC_VAR(kComponent, "sDataType", KNL_TRC_I16, &pColumnDef->sDataType);
-    ErrorCapture(pCtrlBlk, 0, QRNP_MSG_DATATYPE_NOT_SUPPORTED, 3);
-    TokenCapture(pCtrlBlk, &pColumnDef->sDataType, QRNP_TV_INT16, QRNP_TOKID_SRC_DATATYPE, 0);
-    TokenCapture(pCtrlBlk, pColumnDef->pColName, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COLNAME, 0);
-    TokenCapture(pCtrlBlk, kCountry, QRNP_TV_WVARCHAR_SZ, QRNP_TOKID_COUNTRY, 0);
-    TRC_EXIT(kComponent, "CheckColumnUS", QRNP_MSG_DATATYPE_NOT_SUPPORTED);
-    return QRNP_MSG_DATATYPE_NOT_SUPPORTED;
-}
-
 uint32_t InitCountryUS(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk) {
-    TRC_ENTRY(kComponent, "InitCountryUS");
-    TRC_VAR(kComponent, "pCtrlBlk", KNL_TRC_PTR, pCtrlBlk);
-    TRC_VAR(kComponent, "pNidCtrlBlk", KNL_TRC_PTR, pNidCtrlBlk);
-    CountryOptionBlock* pBlock = UnitedStatesBlock(pNidCtrlBlk);
-    if (const uint32_t iCode = CheckColumnUS(pCtrlBlk, pCtrlBlk->pColumnDef, pNidCtrlBlk)) {
-        TRC_EXIT(kComponent, "InitCountryUS", iCode);
-        return iCode;
-    }
-
-    pBlock->lOptionFlags = 0;
-    const uint16_t sFlags = FlagsOption(pBlock);
-    if (sFlags & US_OPTION_REPLACE_AREA) pBlock->lOptionFlags |= US_FLAG_REPLACE_AREA;
-    if ((sFlags & US_OPTION_TABLE_2006) && (sFlags & US_OPTION_TABLE_2008)) {
-        const uint32_t iCode = ReportFlagsError(pCtrlBlk, QRNP_MSG_US_INVALID_FLAGS, sFlags, QRNP_TOKID_FLAG,
-                                                "Invalid flags");
-        TRC_EXIT(kComponent, "InitCountryUS", iCode);
-        return iCode;
-    }
-    if (sFlags & US_OPTION_TABLE_2006) pBlock->lOptionFlags |= US_FLAG_TABLE_2006;
-    if (sFlags & US_OPTION_TABLE_2008) pBlock->lOptionFlags |= US_FLAG_TABLE_2008;
-
-    const uint16_t sSeparator = SeparatorOption(pBlock);
-    switch (sSeparator) {
-        case 0: SeparatorOption(pBlock) = US_SEPARATOR_AS_SOURCE; break;
-        case 1: pBlock->lOptionFlags |= US_FLAG_NO_SEPARATOR; break;
-        case 2: break;
-        case 4: pBlock->lOptionFlags |= US_FLAG_DOT; break;
-        case 8: pBlock->lOptionFlags |= US_FLAG_HYPHEN; break;
-        case 16: pBlock->lOptionFlags |= US_FLAG_BLANK; break;
-        default: {
-            const uint32_t iCode =
-                ReportInvalidSeparatorOption(pCtrlBlk, kComponent, kCountry, sSeparator, QRNP_TV_UINT16);
-            TRC_EXIT(kComponent, "InitCountryUS", iCode);
-            return iCode;
-        }
-    }
-    TRC_VAR(kComponent, "lOptionFlags", KNL_TRC_U64, &pBlock->lOptionFlags);
-
-    const uint32_t iCode = AcquireWorkBuffer(pCtrlBlk, pNidCtrlBlk, pBlock, kWorkBufBytes, kComponent, kCountry);
-    TRC_EXIT(kComponent, "InitCountryUS", iCode);
-    return iCode;
+    return RunCountrySetup(kUnitedStates, pCtrlBlk, pNidCtrlBlk);
 }
 
 uint32_t RBPNIDMaskUS(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,

@@ -21,14 +21,6 @@
 // working buffer. 0, or 26, 4354, 4558, 4360, 106 (captured).
 uint32_t InitCountryUS(CtrlBlk* pCtrlBlk, NidCtrlBlk* pNidCtrlBlk);
 
-// The column check: the six character types and the numeric types
-// U_LONG_LONG, INTEGER, U_INTEGER, DECIMAL_PKD and unsigned VARNUM, with
-// their converters. A numeric type sets the United States block's numeric
-// byte, except VARNUM, which sets the Canadian block's (so a VARNUM value is
-// not padded with zeros). 0; 26 no conversion block; 4354 any other type
-// (captured with the type, the column name and "US").
-uint32_t CheckColumnUS(CtrlBlk* pCtrlBlk, ColumnDef* pColumnDef, NidCtrlBlk* pNidCtrlBlk);
-
 // The United States row driver. 0, or the row's message number (see RunRowDriver).
 uint32_t RBPNIDMaskUS(uint16_t sMethod, CtrlBlk* pCtrlBlk, Row* pRow, NidCtrlBlk* pNidCtrlBlk, FieldDef* pFldDef,
                       int32_t iRownum);

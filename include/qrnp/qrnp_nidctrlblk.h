@@ -38,10 +38,13 @@ typedef struct NidCtrlBlk {
     uint64_t HeapMinAlloc;      // smallest working-buffer size seen (232 at Init)
     uint64_t HeapMaxAlloc;      // largest working-buffer size seen (232 at Init)
     uint32_t SeviceCallCtr;     // Service calls that passed their checks
-    uint32_t iPad;
+    uint32_t iExtensions;       // QRNP_EXT_* bits of the extension operands given (0: none)
 } NidCtrlBlk;
 
 #define QRNP_NIDCTRLBLK_SIZE 232u
+
+// Extension bits of iExtensions.
+#define QRNP_EXT_OFFICIAL_RULES 0x1u    // operand 0x1920 = 1: the current official rules
 
 #ifdef __cplusplus
 static_assert(sizeof(CountryOptionBlock) == 32, "a country option block is 32 bytes");

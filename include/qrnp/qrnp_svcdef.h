@@ -40,6 +40,9 @@ typedef struct SvcDef {
 #define QRNP_OPR_UK_FORM 0x180Du        // United Kingdom: form flags
 #define QRNP_OPR_US_FLAGS 0x180Eu       // United States: area options
 
+// Extensions: absent (or 0), the provider behaves exactly as without them.
+#define QRNP_OPR_OFFICIAL_RULES 0x1920u // 1: the identifiers' current official rules
+
 // United Kingdom form-flag bits (operand 0x180D).
 #define QRNP_FLAG_UK_FORM_3_PART 0x0001u
 #define QRNP_FLAG_UK_FORM_5_PART 0x0002u

@@ -22,6 +22,7 @@ packages=$(sed 's/ *([^)]*)//g; s/, */\n/g' <<<"$depends")
 for library in libc6 libstdc++6 libsqlite3-0 libcsv3; do
   grep -qxF "$library" <<<"$packages" || fail "Depends lacks $library: $depends"
 done
+grep -q '^libssl' <<<"$packages" || fail "Depends lacks libssl (libcrypto): $depends"
 
 dpkg-deb -c "$deb" | awk '{ print $6 }' >"$work/contents"
 grep -v '^\./usr/' "$work/contents" && fail "files outside /usr"

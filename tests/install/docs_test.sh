@@ -5,9 +5,9 @@
 # help lists, and no other; the completion offers every option, the values of
 # options that take one of a few names, and files where a FILE is expected.
 set -euo pipefail
-nidmask=$1
-man_page=$2
-completion=$3
+nidmask=$(realpath "$1")
+man_page=$(realpath "$2")
+completion=$(realpath "$3")
 failures=0
 fail() { echo "FAIL: $*" >&2; failures=$((failures + 1)); }
 
@@ -49,8 +49,9 @@ while IFS='|' read -r words expected; do
   got=$(complete_words $words "" | sort | tr '\n' ' ')
   [ "$got" = "$expected" ] || fail "completing '$words ': got '$got', expected '$expected'"
 done <<'CASES'
---format|csv lines 
---country|CA ES FR IT UK US 
+--format|csv lines tsv 
+--country|CA ES FR GB IT UK US 
+--delimiter|, \; \| tab 
 --on-reject|drop empty fail null 
 --output|masked.txt 
 --country FR|masked.txt 

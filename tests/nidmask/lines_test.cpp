@@ -40,17 +40,17 @@ TEST_F(LinesTest, RowAccountingAndExitStatus) {
     };
     const Case cases[] = {
         {"NULL, empty and blank pass", {"\\N", "", "   ", valid}, "", {"\\N", "", "   ", masked}, 0},
-        {"own NULL text", {"NULL", "\\N"}, "--null NULL", {"NULL"}, 1},
-        {"rejected dropped", {"12345", valid}, "", {masked}, 1},
-        {"rejected empty", {"12345", valid}, "--on-reject empty", {"", masked}, 1},
+        {"own NULL text", {"NULL", "\\N"}, "--null NULL", {"NULL", ""}, 1},
+        {"rejected written empty", {"12345", valid}, "", {"", masked}, 1},
+        {"rejected dropped", {"12345", valid}, "--on-reject drop", {masked}, 1},
         {"rejected null", {"12345", valid}, "--on-reject null", {"\\N", masked}, 1},
         {"rejected fails", {valid, "12345"}, "--on-reject fail", {}, 1},
         {"invalid passed through", {"12345", "385057800608491", valid}, "--pass-invalid",
          {"12345", "385057800608491", masked}, 0},
         {"wrong key masked", {wrongKey}, "", {Masked({wrongKey})[0]}, 0},
-        {"wrong key rejected", {wrongKey, valid}, "--validate", {masked}, 1},
+        {"wrong key rejected", {wrongKey, valid}, "--validate", {"", masked}, 1},
         {"method from the control block", {valid}, "--method ctrl", {masked}, 0},
-        {"unknown control block method", {valid, valid}, "--method ctrl --ctrl-method 0x1409", {}, 1},
+        {"unknown control block method", {valid, valid}, "--method ctrl --ctrl-method 0x1409", {"", ""}, 1},
     };
     for (const Case& c : cases) {
         const RunResult result = Run("--country FR --quiet " + c.args, JoinLines(c.input));
@@ -66,8 +66,13 @@ TEST_F(LinesTest, SummaryCountsEveryKindOfRow) {
     EXPECT_NE(result.err.find("6 rows read: 1 masked, 2 passed through (1 empty, 1 blank), 2 rejected, 1 NULL"),
               std::string::npos)
         << result.err;
-    EXPECT_NE(result.err.find("4405: the value 12345 has 5 characters"), std::string::npos) << result.err;
-    EXPECT_NE(result.err.find("4454: the value 385057800608491 has an invalid sex digit"), std::string::npos);
+    EXPECT_NE(result.err.find("4405: the value [12... 5 characters] has 5 characters"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("4454: the value [38... 15 characters] has an invalid sex digit"), std::string::npos);
+    EXPECT_NE(result.err.find("rejected rows (written empty): 5, 6"), std::string::npos);
+    // Values appear in clear only on request.
+    EXPECT_EQ(result.err.find("385057800608491"), std::string::npos);
+    EXPECT_NE(Run("--country FR --show-values", "385057800608491\n").err.find("the value 385057800608491 has"),
+              std::string::npos);
     EXPECT_EQ(Run("--country FR --quiet", "12345\n").err, "");
 }
 
@@ -88,7 +93,8 @@ TEST_F(LinesTest, PassedThroughBytesComeOutUnchanged) {
         {"--type WVARCHAR_SZ", utf8, "caf\xc3\xa9 \xe2\x82\xac"},
     };
     for (const Case& c : cases) {
-        const RunResult result = Run(std::string("--country FR --pass-invalid --quiet --report r.jsonl ") + c.pArgs, c.input);
+        const RunResult result =
+            Run(std::string("--country FR --pass-invalid --quiet --show-values --report r.jsonl ") + c.pArgs, c.input);
         EXPECT_EQ(result.iExit, 0) << c.pArgs << result.err;
         EXPECT_EQ(result.out, c.input) << c.pArgs;
         EXPECT_NE(ReadFile(Path("r.jsonl")).find("\"SRCDATA\":\"" + c.token + "\""), std::string::npos) << c.pArgs;
@@ -111,10 +117,15 @@ TEST_F(LinesTest, RandomValuesValidateFully) {
     const RunResult checked = Run("--country FR --validate --report report.jsonl --quiet", generated.out);
     EXPECT_EQ(checked.iExit, 0) << checked.err;
     EXPECT_EQ(ReadFile(Path("report.jsonl")), "");
-    // Random with an input: one generated value per line, NULL lines included.
-    const RunResult overInput = Run("--country FR --method random --quiet", "x\n\\N\n");
+    // Random over an input: a value per line; NULL and empty lines stay, unless --fill-null.
+    const RunResult overInput = Run("--country FR --method random --quiet", "x\n\\N\n\n");
     EXPECT_EQ(overInput.iExit, 0);
-    EXPECT_EQ(Lines(overInput.out).size(), 2u);
+    ASSERT_EQ(Lines(overInput.out).size(), 3u);
+    EXPECT_EQ(Lines(overInput.out)[0].size(), 15u);
+    EXPECT_EQ(Lines(overInput.out)[1], "\\N");
+    EXPECT_EQ(Lines(overInput.out)[2], "");
+    for (const std::string& line : Lines(Run("--country FR --method random --fill-null -q", "\\N\n\n").out))
+        EXPECT_EQ(line.size(), 15u);
     EXPECT_EQ(Run("--country FR --method random --count 0 --quiet").out, "");
 }
 

@@ -86,28 +86,33 @@ TEST_F(SqliteTest, RejectedRows) {
         EXPECT_EQ(result.iExit, c.iExit) << c.pArgs << ": " << result.err;
         EXPECT_EQ(Db(Path("people.db")).Values("nir"), c.after) << c.pArgs;
     }
-    EXPECT_EQ(Run("--country FR --db people.db --table nobody --column nir").iExit, 4);
-    EXPECT_EQ(Run("--country FR --db people.db --table person --column nobody").iExit, 4);
+    EXPECT_EQ(Run("--country FR --db people.db --table nobody --column nir").iExit, 2);
+    EXPECT_EQ(Run("--country FR --db people.db --table person --column nobody").iExit, 2);
     EXPECT_EQ(Run("--country FR --db missing.db --table person --column nir").iExit, 4);
 }
 
-TEST_F(SqliteTest, RandomFillsEveryRowAndInputErrorsRollBack) {
+TEST_F(SqliteTest, RandomKeepsNullsUnlessAskedAndInputErrorsRollBack) {
     MakeTable(Path("people.db"), {kValidFr[0], std::nullopt, "", "x"});
     ASSERT_EQ(Run("--country FR --db people.db --table person --column nir --method random --quiet").iExit, 0);
+    const Column kept = Db(Path("people.db")).Values("nir");
+    ASSERT_EQ(kept.size(), 4u);
+    EXPECT_EQ(kept[1], std::nullopt);
+    EXPECT_EQ(kept[2], "");
+    ASSERT_EQ(
+        Run("--country FR --db people.db --table person --column nir --method random --fill-null --quiet").iExit, 0);
     const Column generated = Db(Path("people.db")).Values("nir");
-    ASSERT_EQ(generated.size(), 4u);
     for (const auto& value : generated) EXPECT_TRUE(value && value->size() == 15) << value.value_or("NULL");
     EXPECT_EQ(Run("--country FR --quiet --validate", JoinLines({*generated[0], *generated[1], *generated[2],
                                                                  *generated[3]})).iExit, 0);
 
-    // A value that is not UTF-8 stops the run after earlier batches were written: all rolled back.
+    // A value that is not UTF-8 is a rejected row: under fail, after earlier batches were staged, all rolled back.
     std::filesystem::remove(Path("people.db"));
     MakeTable(Path("people.db"), {kValidFr[0], kValidFr[1], kValidFr[2]});
     Db(Path("people.db")).Exec("UPDATE person SET nir = CAST(X'26FF' AS TEXT) WHERE id = 3");
     const Column before = Db(Path("people.db")).Values("nir");
     const RunResult result = Run("--country FR --db people.db --table person --column nir --batch 1");
-    EXPECT_EQ(result.iExit, 4);
-    EXPECT_NE(result.err.find("record 3 (rowid 3): invalid UTF-8"), std::string::npos) << result.err;
+    EXPECT_EQ(result.iExit, 1);
+    EXPECT_NE(result.err.find("9004: the value is not valid UTF-8 (row 3)"), std::string::npos) << result.err;
     EXPECT_EQ(Db(Path("people.db")).Values("nir"), before);
 }
 

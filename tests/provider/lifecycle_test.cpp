@@ -32,10 +32,10 @@ TEST(InitTest, CountrySwitchUsesTheFirstTwoLettersInAnyCase) {
         {L"fr", 0, {}},
         {L"France", 0, {}},
         {L"FRxyz", 0, {}},
-        {L"GB", 4409, {4409}},
-        {L"Spain", 4409, {4409}},
-        {L"F", 4409, {4409}},
-        {L"", 4409, {4409}},
+        {L"GB", QRNP_MSG_UNKNOWN_COUNTRY, {QRNP_MSG_UNKNOWN_COUNTRY}},
+        {L"Spain", QRNP_MSG_UNKNOWN_COUNTRY, {QRNP_MSG_UNKNOWN_COUNTRY}},
+        {L"F", QRNP_MSG_UNKNOWN_COUNTRY, {QRNP_MSG_UNKNOWN_COUNTRY}},
+        {L"", QRNP_MSG_UNKNOWN_COUNTRY, {QRNP_MSG_UNKNOWN_COUNTRY}},
     };
     for (const Case& c : cases) {
         InstanceOptions options;
@@ -59,8 +59,8 @@ TEST(InitTest, SwitchThatIsNotAWideStringInitialisesNothing) {
     options.bSwitchIsWide = false;
     auto instance = hostkit::MakeInstance(Linked(), options);
     const InitOutcome outcome = InitOnly(*instance);
-    EXPECT_EQ(outcome.iInit, 4353);
-    EXPECT_EQ(outcome.captured, std::vector<uint32_t>{4353});
+    EXPECT_EQ(outcome.iInit, QRNP_MSG_NO_COUNTRY_INITIALISED);
+    EXPECT_EQ(outcome.captured, std::vector<uint32_t>{QRNP_MSG_NO_COUNTRY_INITIALISED});
     EXPECT_EQ(outcome.pNid, nullptr);
 }
 
@@ -131,9 +131,9 @@ TEST(InitTest, HeapFailuresEndWithTheirMessages) {
         int64_t iHeapsLeft;
     };
     const Case cases[] = {
-        {1, 4365, {4365}, 0},               // heap creation
-        {2, 4352, {}, 1},                   // the state block: returned uncaptured, heap left behind
-        {3, 4353, {106, 4453, 4353}, 0},    // the French working buffer
+        {1, QRNP_MSG_HEAP_CREATE_FAILED, {QRNP_MSG_HEAP_CREATE_FAILED}, 0},               // heap creation
+        {2, QRNP_MSG_BLOCK_ACQUIRE_FAILED, {}, 1},                   // the state block: returned uncaptured, heap left behind
+        {3, QRNP_MSG_NO_COUNTRY_INITIALISED, {QRNP_MSG_NO_MEMORY, QRNP_MSG_FR_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}, 0},    // the French working buffer
     };
     for (const Case& c : cases) {
         const int64_t iHeapsBefore = KNL_Heap_LiveHeaps();
@@ -164,7 +164,7 @@ TEST(TerminateTest, ReleasesTheHeapAndReportsADiscardFailure) {
     ASSERT_EQ(hostkit::InitInstance(*instance), 0);
     EXPECT_EQ(KNL_Heap_LiveHeaps(), iHeapsBefore + 1);
     KNL_Heap_FailNthCall(1);
-    EXPECT_EQ(hostkit::TerminateInstance(*instance), 4366);
+    EXPECT_EQ(hostkit::TerminateInstance(*instance), QRNP_MSG_HEAP_DISCARD_FAILED);
     KNL_Heap_FailNthCall(0);
     EXPECT_EQ(hostkit::TerminateInstance(*instance), 0);
     EXPECT_EQ(KNL_Heap_LiveHeaps(), iHeapsBefore);

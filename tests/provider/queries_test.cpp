@@ -17,7 +17,7 @@ TEST(QueriesTest, DetailsDescribeTheProvider) {
     EXPECT_EQ(details.sField4, 1);
     EXPECT_STREQ(name, L"National Identifier");
     EXPECT_STREQ(description, L"Masking library for national identifiers");
-    EXPECT_EQ(GetErrorMsg(4405, 1, nullptr), 0);
+    EXPECT_EQ(GetErrorMsg(QRNP_MSG_INVALID_LENGTH, 1, nullptr), 0);
 }
 
 TEST(QueriesTest, DestinationSizeByColumnType) {

@@ -22,7 +22,7 @@ TEST(ServiceTest, NullSourceFailsTheRowButNotTheOthers) {
         EXPECT_EQ(result.rows[0].iStatus, 0);
         EXPECT_EQ(result.rows[2].iStatus, 0);
         EXPECT_NE(result.rows[0].output, kValid);
-        EXPECT_EQ(result.rows[1].iStatus, 4408);
+        EXPECT_EQ(result.rows[1].iStatus, QRNP_MSG_NULL_SOURCE);
         EXPECT_TRUE(result.rows[1].bDstNull);
         EXPECT_FALSE(result.rows[1].bRejected);
         ASSERT_EQ(result.messages.size(), 1u);
@@ -49,7 +49,7 @@ TEST(ServiceTest, MethodFromTheControlBlockAndInvalidMethods) {
     EXPECT_EQ(generated.rows[0].output->size(), 15u);
 
     const auto invalid = RunRows(InstanceOptions{}, {kValid}, 0x1409);
-    EXPECT_EQ(invalid.iService, 4357);
+    EXPECT_EQ(invalid.iService, QRNP_MSG_INVALID_METHOD);
     ASSERT_EQ(invalid.messages.size(), 1u);
     EXPECT_EQ(testsupport::TokenText(invalid.messages[0], QRNP_TOKID_METHOD), L"5129");
     EXPECT_FALSE(invalid.rows[0].bTaken);
@@ -58,7 +58,7 @@ TEST(ServiceTest, MethodFromTheControlBlockAndInvalidMethods) {
     options.sMethod = 0x1409;
     const auto unchecked = RunRows(options, {kValid}, QRNP_METHOD_CTRLBLK);
     EXPECT_EQ(unchecked.iService, -2);
-    EXPECT_EQ(unchecked.rows[0].iStatus, 11);
+    EXPECT_EQ(unchecked.rows[0].iStatus, QRNP_MSG_INVALID_METHOD_CODE);
     EXPECT_TRUE(unchecked.rows[0].bRejected);
     EXPECT_TRUE(unchecked.messages.empty());
 }
@@ -92,7 +92,7 @@ TEST(ServiceTest, ChecksThatEndTheCall) {
     ASSERT_EQ(hostkit::InitInstance(*instance), 0);
 
     Rowset empty{0, 0, nullptr};
-    EXPECT_EQ(Service(QRNP_METHOD_MASK, &instance->ctrl, &empty), 4358);
+    EXPECT_EQ(Service(QRNP_METHOD_MASK, &instance->ctrl, &empty), QRNP_MSG_ROWSET_EMPTY);
     auto messages = hostkit::ReadErrors(instance->ctrl.pEAB);
     ASSERT_EQ(messages.size(), 1u);
     EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_ROW_COUNT), L"0");
@@ -102,7 +102,7 @@ TEST(ServiceTest, ChecksThatEndTheCall) {
     hostkit::FillBatch(*instance, {{false, kValid}}, &batch);
     batch.rowset.iRowCount = -1;
     hostkit::ResetErrors(*instance);
-    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 4358);
+    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), QRNP_MSG_ROWSET_EMPTY);
     messages = hostkit::ReadErrors(instance->ctrl.pEAB);
     EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_ROW_COUNT), L"-1");
     EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_ROWS_LIST), L"NOT NULL");
@@ -110,7 +110,7 @@ TEST(ServiceTest, ChecksThatEndTheCall) {
     batch.rowset.iRowCount = 1;
     instance->ctrl.sSrcColIndex = 1;
     hostkit::ResetErrors(*instance);
-    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 4363);
+    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), QRNP_MSG_SRC_COLUMN_INDEX);
     messages = hostkit::ReadErrors(instance->ctrl.pEAB);
     EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_COLINDEX), L"1");
     EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_ROWDEFINE_COUNT), L"1");
@@ -118,7 +118,7 @@ TEST(ServiceTest, ChecksThatEndTheCall) {
     instance->ctrl.sSrcColIndex = 0;
     void* pNid = instance->ctrl.pProviderPrivate;
     instance->ctrl.pProviderPrivate = nullptr;
-    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 4355);
+    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), QRNP_MSG_NOT_INITIALISED);
     instance->ctrl.pProviderPrivate = pNid;
     EXPECT_FALSE(batch.rows[0].bTaken);
     hostkit::TerminateInstance(*instance);
@@ -143,7 +143,7 @@ TEST(ServiceTest, MissingDestinationBufferFailsTheRow) {
     batchOptions.bNoDestination = true;
     const auto result = RunRows(InstanceOptions{}, {kValid}, QRNP_METHOD_MASK, batchOptions);
     EXPECT_EQ(result.iService, -2);
-    EXPECT_EQ(result.rows[0].iStatus, 4402);
+    EXPECT_EQ(result.rows[0].iStatus, QRNP_MSG_DEST_BUFFER_MISSING);
     EXPECT_TRUE(result.rows[0].bRejected);
 }
 
@@ -154,7 +154,7 @@ TEST(ServiceTest, UnknownSwitchAtServiceTimeEndsTheCall) {
     instance->ctrl.pSwitch.pVal = instance->switchText.c_str();
     hostkit::Batch batch;
     hostkit::FillBatch(*instance, {{false, kValid}, {false, kValid}}, &batch);
-    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), 4409);
+    EXPECT_EQ(hostkit::ServiceBatch(*instance, batch, QRNP_METHOD_MASK), QRNP_MSG_UNKNOWN_COUNTRY);
     EXPECT_FALSE(batch.rows[1].bTaken);
     hostkit::TerminateInstance(*instance);
 }

@@ -110,6 +110,26 @@ inline void ExpectMessages(hostkit::InstanceOptions options, const std::vector<M
     }
 }
 
+// A value masked under one separator option code, and its result.
+struct SeparatorCase {
+    uint32_t iOption;
+    std::wstring source;
+    std::wstring output;
+};
+
+inline void ExpectSeparators(const hostkit::InstanceOptions& options, uint16_t sKey,
+                             const std::vector<SeparatorCase>& cases) {
+    for (const SeparatorCase& c : cases) {
+        SCOPED_TRACE(::testing::Message() << "option " << c.iOption << " source " << hostkit::ToUtf8(c.source));
+        hostkit::InstanceOptions withOption = options;
+        withOption.operands.emplace_back(sKey, c.iOption);
+        const RunResult result = RunRows(withOption, {c.source});
+        ASSERT_EQ(result.iInit, 0);
+        EXPECT_EQ(result.rows[0].iStatus, 0);
+        EXPECT_EQ(result.rows[0].output, c.output);
+    }
+}
+
 // One set-up (operands, column type, method) and the messages Init captures:
 // none when it succeeds, else ending with 4353; with, when given, the first
 // message's exact tokens.

@@ -3,8 +3,9 @@
 
 namespace nidmask {
 
-void AppendCsvField(std::string_view value, bool bQuote, std::string* pOut) {
-    if (!bQuote && value.find_first_of(",\"\r\n") == std::string_view::npos) {
+void AppendCsvField(std::string_view value, bool bQuote, std::string* pOut, char cDelimiter) {
+    const char special[] = {cDelimiter, '"', '\r', '\n', '\0'};
+    if (!bQuote && value.find_first_of(special) == std::string_view::npos) {
         pOut->append(value);
         return;
     }

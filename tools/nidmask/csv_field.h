@@ -8,8 +8,8 @@
 namespace nidmask {
 
 // Appends `value` as a CSV field: quoted (quotes doubled) when bQuote is set
-// or the value holds a comma, quote, CR or LF.
-void AppendCsvField(std::string_view value, bool bQuote, std::string* pOut);
+// or the value holds the delimiter, a quote, CR or LF.
+void AppendCsvField(std::string_view value, bool bQuote, std::string* pOut, char cDelimiter = ',');
 
 }  // namespace nidmask
 

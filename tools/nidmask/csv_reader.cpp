@@ -29,10 +29,11 @@ void CsvRecord::Clear() {
     iLine = 0;
 }
 
-CsvReader::CsvReader(InputFile& input, bool bHeader)
-    : input_(input), pParser_(new csv_parser), buffer_(kBlock), bHeader_(bHeader) {
+CsvReader::CsvReader(InputFile& input, bool bHeader, char cDelimiter)
+    : input_(input), pParser_(new csv_parser), buffer_(kBlock), bHeader_(bHeader), cDelimiter_(cDelimiter) {
     csv_init(pParser_, CSV_STRICT | CSV_STRICT_FINI);
     csv_set_space_func(pParser_, NoSpace);
+    csv_set_delim(pParser_, static_cast<unsigned char>(cDelimiter));
 }
 
 CsvReader::~CsvReader() {
@@ -106,9 +107,9 @@ bool CsvReader::Next(CsvRecord* pRecord, std::string* pError) {
             if (!bRecordDone_) return false;
             break;
         }
-        // Feed up to and including the next comma, CR or LF.
+        // Feed up to and including the next delimiter, CR or LF.
         size_t i = iBegin_;
-        while (i < iEnd_ && buffer_[i] != ',' && !IsLineEnd(buffer_[i])) ++i;
+        while (i < iEnd_ && buffer_[i] != cDelimiter_ && !IsLineEnd(buffer_[i])) ++i;
         const size_t iLen = (i < iEnd_ ? i + 1 : i) - iBegin_;
         const char* pChunk = buffer_.data() + iBegin_;
         pRecord->raw.append(pChunk, iLen);

@@ -40,8 +40,11 @@ struct CsvRecord {
 class CsvReader {
 public:
     // With bHeader, messages call the first record "the header" and number
-    // the others from 1, as data records.
-    CsvReader(InputFile& input, bool bHeader);
+    // the others from 1, as data records. Fields are separated by cDelimiter.
+    CsvReader(InputFile& input, bool bHeader, char cDelimiter = ',');
+
+    // Whether messages call the first record the header (decided after reading it).
+    void SetHeader(bool bHeader) { bHeader_ = bHeader; }
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
     ~CsvReader();
@@ -68,6 +71,7 @@ private:
     uint64_t iLines_ = 0;     // line ends consumed
     uint64_t iRecords_ = 0;
     bool bHeader_;
+    char cDelimiter_;
     // While a record is being read:
     CsvRecord* pRecord_ = nullptr;
     bool bFinishing_ = false;  // in csv_fini: the last field ends at the end of the raw bytes

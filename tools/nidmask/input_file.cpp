@@ -34,6 +34,26 @@ bool InputFile::Open(const std::string& path, std::string* pError) {
 }
 
 long InputFile::Read(char* pBuffer, size_t size, std::string* pError) {
+    if (bStarted_ || size < 3) return ReadSome(pBuffer, size, pError);
+    bStarted_ = true;
+    // The first three bytes (or all there is) tell whether a mark is there.
+    size_t got = 0;
+    while (got < 3) {
+        const long n = ReadSome(pBuffer + got, size - got, pError);
+        if (n < 0) return -1;
+        if (n == 0) break;
+        got += static_cast<size_t>(n);
+    }
+    if (got >= 3 && std::memcmp(pBuffer, "\xEF\xBB\xBF", 3) == 0) {
+        bByteOrderMark_ = true;
+        got -= 3;
+        std::memmove(pBuffer, pBuffer + 3, got);
+        if (got == 0) return ReadSome(pBuffer, size, pError);
+    }
+    return static_cast<long>(got);
+}
+
+long InputFile::ReadSome(char* pBuffer, size_t size, std::string* pError) {
     for (;;) {
         const ssize_t n = read(fd_, pBuffer, size);
         if (n >= 0) {

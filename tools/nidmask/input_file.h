@@ -18,8 +18,11 @@ public:
     // Opens `path`; "" or "-" is standard input. False with a message.
     bool Open(const std::string& path, std::string* pError);
 
-    // Reads up to `size` bytes: the count, 0 at the end, -1 on an error (*pError set).
+    // Reads up to `size` bytes: the count, 0 at the end, -1 on an error
+    // (*pError set). A UTF-8 byte-order mark at the start of the input is
+    // not returned: HadByteOrderMark() tells, after the first Read.
     long Read(char* pBuffer, size_t size, std::string* pError);
+    bool HadByteOrderMark() const { return bByteOrderMark_; }
 
     // "standard input" or the path, for messages.
     const std::string& Name() const { return name_; }
@@ -28,7 +31,11 @@ public:
     uint64_t TotalBytes() const { return iTotalBytes_; }
 
 private:
+    long ReadSome(char* pBuffer, size_t size, std::string* pError);
+
     int fd_ = -1;
+    bool bStarted_ = false;
+    bool bByteOrderMark_ = false;
     bool bOwned_ = false;
     std::string name_;
     uint64_t iBytesRead_ = 0;

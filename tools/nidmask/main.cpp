@@ -1,5 +1,6 @@
 // nidmask: parse the command line, load the provider, run, report.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,20 +11,25 @@
 #include "exit_codes.h"
 #include "hostkit.h"
 #include "options.h"
+#include "output_file.h"
+#include "path_checks.h"
 #include "runs.h"
+#include "serve_loop.h"
 #include "version.h"
 
 using namespace nidmask;
 
 namespace {
 
-// Starts the provider's trace in a fresh file.
+// Starts the provider's trace in a fresh file, mode 0600 (it may hold values).
 bool StartTrace(const std::string& path) {
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd < 0) {
         PrintError("cannot write " + path + ": " + std::strerror(errno));
         return false;
     }
+    struct stat info {};
+    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) fchmod(fd, 0600);
     close(fd);
     if (KNL_Trace_SetFile(path.c_str()) != 0) {
         PrintError("cannot write " + path);
@@ -35,10 +41,27 @@ bool StartTrace(const std::string& path) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Files nidmask makes for itself (report, trace, temporary files, SQLite's
+    // temporary tables) may hold identifiers: they are private.
+    NarrowUmask();
     if (std::string provider; AsksForVersion(argc, argv, &provider)) return PrintVersion(provider);
     const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
     if (!parsed.options) return parsed.iExitCode;
     const Options& options = *parsed.options;
+    if (options.bExplain) {
+        ExplainRules(options);
+        return kExitOk;
+    }
+
+    const std::string clash = SameFileProblem({{"INPUT", options.input},
+                                               {"-o", options.output},
+                                               {"--report", options.reportPath},
+                                               {"--trace", options.tracePath},
+                                               {"--db", options.dbPath}});
+    if (!clash.empty()) {
+        PrintError(clash);
+        return kExitUsage;
+    }
 
     hostkit::EntryPoints entryPoints;
     std::string error;
@@ -50,7 +73,7 @@ int main(int argc, char** argv) {
     if (!options.tracePath.empty() && !StartTrace(options.tracePath)) return kExitIo;
 
     ReportWriter report;
-    if (!options.reportPath.empty() && !report.Open(options.reportPath, &error)) {
+    if (!options.reportPath.empty() && !report.Open(options.reportPath, options.bShowValues, &error)) {
         PrintError(error);
         return kExitIo;
     }

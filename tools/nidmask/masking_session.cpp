@@ -6,6 +6,7 @@
 #include <qrnp/qrnp.h>
 
 #include "column_types.h"
+#include "host_messages.h"
 #include "messages.h"
 
 namespace nidmask {
@@ -45,15 +46,74 @@ int32_t MaskingSession::Start() {
     return iResult;
 }
 
-ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values, uint64_t iFirstRecord) {
+// What the host decides before the provider sees the rows (see the header).
+void MaskingSession::DecideRows(const std::vector<hostkit::CellValue>& values, const std::vector<uint32_t>& refused) {
     const size_t nRows = values.size();
-    hostkit::FillBatch(*instance_, values, &batch_);
+    const int16_t sType = settings_.instance.sDataType;
+    const bool bKeepEmpty = settings_.instance.sMethod == QRNP_METHOD_RANDOM && !settings_.bFillNull;
+    hostKinds_.assign(nRows, RowKind::Unserved);
+    hostMessageOf_.assign(nRows, -1);
+    hostMessages_.clear();
+    const auto decide = [&](size_t i, RowKind kind, uint32_t iMessage) {
+        hostKinds_[i] = kind;
+        batch_.rows[i].bTaken = 1;
+        hostMessageOf_[i] = static_cast<int32_t>(hostMessages_.size());
+        hostMessages_.push_back(HostMessage(iMessage, values[i], i < refused.size() ? refused[i] >> 16 : 0));
+        hostMessages_.back().iRow = static_cast<uint32_t>(i + 1);
+    };
     for (size_t i = 0; i < nRows; ++i) {
-        if (batch_.encodeFailed[i] != 0) {
-            iEncodeFailedRow_ = i;
-            return ServeResult::EncodeFailed;
+        const hostkit::CellValue& value = values[i];
+        const bool bEmpty = !value.bNull && value.text.empty();
+        if (i < refused.size() && refused[i] != 0) {
+            decide(i, RowKind::Rejected, refused[i] & 0xFFFF);
+        } else if (bKeepEmpty && value.bNull) {
+            decide(i, RowKind::Null, QRNP_MSG_NULL_SOURCE);
+        } else if (bEmpty && (bKeepEmpty || hostkit::IsNumericType(sType))) {
+            decide(i, RowKind::Empty, hostkit::IsNumericType(sType) ? QRNP_MSG_EMPTY_NUMERIC_VALUE : QRNP_MSG_EMPTY_CHARACTER_VALUE);
+        } else if (batch_.encodeFailed[i] != 0) {
+            const std::wstring& text = value.text;
+            uint32_t iMessage = kHostMsgCannotEncode;
+            if (hostkit::IsNumericType(sType)) {
+                iMessage = kHostMsgNotANumber;
+            } else if (text.size() > static_cast<size_t>(settings_.instance.iLength)) {
+                iMessage = kHostMsgTooLong;
+            } else if (!hostkit::IsWideType(sType) && std::any_of(text.begin(), text.end(), [](wchar_t c) { return c > 0xFF; })) {
+                iMessage = kHostMsgNotSingleByte;
+            }
+            decide(i, RowKind::Rejected, iMessage);
         }
     }
+}
+
+// A host message with the tokens its text names.
+hostkit::Message MaskingSession::HostMessage(uint32_t iMessage, const hostkit::CellValue& value,
+                                             uint32_t iDetail) const {
+    hostkit::Message message;
+    message.iMessage = iMessage;
+    const auto add = [&](int32_t iTokenId, std::wstring text) { message.tokens.emplace_back(iTokenId, std::move(text)); };
+    switch (iMessage) {
+        case kHostMsgTooLong:
+            add(QRNP_TOKID_SRCLEN, std::to_wstring(value.text.size()));
+            add(QRNP_TOKID_COLLEN, std::to_wstring(settings_.instance.iLength));
+            break;
+        case kHostMsgNotANumber:
+        case kHostMsgNotSingleByte:
+        case kHostMsgCannotEncode:
+            add(QRNP_TOKID_SRCDATA, value.text);
+            add(QRNP_TOKID_SRC_DATATYPE, std::to_wstring(settings_.instance.sDataType));
+            break;
+        case kHostMsgMissingField: add(QRNP_TOKID_COL_COUNT, std::to_wstring(iDetail)); break;
+        default: break;
+    }
+    message.sDeclaredTokens = static_cast<uint16_t>(message.tokens.size());
+    return message;
+}
+
+ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values, const std::vector<uint32_t>& refused,
+                                  uint64_t iFirstRecord) {
+    const size_t nRows = values.size();
+    hostkit::FillBatch(*instance_, values, &batch_);
+    DecideRows(values, refused);
     // The error limit counts the messages of the whole run; the provider
     // sees one rowset's list at a time, so it gets what is left of it.
     if (settings_.iErrorLimit > 0) {
@@ -68,17 +128,19 @@ ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values,
 
     kinds_.resize(nRows);
     if (outputs_.size() < nRows) outputs_.resize(nRows);
-    const bool bFixedWidth = IsFixedWidthType(settings_.instance.sDataType);
+    const bool bFixedWidth = hostkit::IsFixedWidthType(settings_.instance.sDataType);
     counts_.iRead += nRows;
     for (size_t i = 0; i < nRows; ++i) {
-        const hostkit::RowResult row = hostkit::ReadRowStatus(*instance_, batch_, static_cast<int>(i));
-        RowKind kind = Classify(row);
-        if (kind == RowKind::Masked) {
-            std::wstring& text = outputs_[i];
-            if (!hostkit::ReadRowOutput(*instance_, batch_, static_cast<int>(i), &text)) {
-                kind = RowKind::Rejected;  // nothing readable was written
-            } else if (bFixedWidth) {
-                while (!text.empty() && text.back() == L' ') text.pop_back();
+        RowKind kind = hostKinds_[i];
+        if (kind == RowKind::Unserved) {
+            kind = Classify(hostkit::ReadRowStatus(*instance_, batch_, static_cast<int>(i)));
+            if (kind == RowKind::Masked) {
+                std::wstring& text = outputs_[i];
+                if (!hostkit::ReadRowOutput(*instance_, batch_, static_cast<int>(i), &text)) {
+                    kind = RowKind::Rejected;  // nothing readable was written
+                } else if (bFixedWidth) {
+                    while (!text.empty() && text.back() == L' ') text.pop_back();
+                }
             }
         }
         kinds_[i] = kind;
@@ -88,7 +150,10 @@ ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values,
             case RowKind::Blank: ++counts_.iBlank; break;
             case RowKind::Empty: ++counts_.iEmpty; break;
             case RowKind::Invalid: ++counts_.iInvalid; break;
-            case RowKind::Rejected: ++counts_.iRejected; break;
+            case RowKind::Rejected:
+                ++counts_.iRejected;
+                if (rejectedRows_.size() < kRejectedRowsKept) rejectedRows_.push_back(iFirstRecord + i);
+                break;
             case RowKind::Unserved: ++counts_.iUnserved; break;
         }
     }
@@ -101,6 +166,7 @@ ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values,
 void MaskingSession::CollectMessages(uint64_t iFirstRecord, size_t nRows) {
     messages_ = hostkit::ReadErrors(instance_->ctrl.pEAB);
     hostkit::ResetErrors(*instance_);
+    if (nRows > 0) messages_.insert(messages_.end(), hostMessages_.begin(), hostMessages_.end());
     iErrorsSoFar_ += messages_.size();
 
     messagesByRow_.clear();
@@ -115,7 +181,7 @@ void MaskingSession::CollectMessages(uint64_t iFirstRecord, size_t nRows) {
         }
         Tally(message, bBound ? iFirstRecord + message.iRow - 1 : 0);
     }
-    if (pReport_ != nullptr) pReport_->WriteUnbound(rowMessages_);
+    if (pReport_ != nullptr) pReport_->WriteUnbound(settings_.place, rowMessages_);
     std::stable_sort(messagesByRow_.begin(), messagesByRow_.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
 
@@ -126,9 +192,11 @@ void MaskingSession::CollectMessages(uint64_t iFirstRecord, size_t nRows) {
         while (k < messagesByRow_.size() && messagesByRow_[k].first == i + 1)
             rowMessages_.push_back(&messages_[messagesByRow_[k++].second]);
         if (kinds_[i] == RowKind::Unserved) continue;
-        const hostkit::RowResult row = hostkit::ReadRowStatus(*instance_, batch_, static_cast<int>(i));
-        if (row.iStatus != 0 || kinds_[i] == RowKind::Rejected)
-            pReport_->WriteRow(iFirstRecord + i, row.iStatus, kinds_[i] == RowKind::Rejected, rowMessages_);
+        const int32_t iStatus = hostMessageOf_[i] >= 0
+                                    ? static_cast<int32_t>(hostMessages_[static_cast<size_t>(hostMessageOf_[i])].iMessage)
+                                    : hostkit::ReadRowStatus(*instance_, batch_, static_cast<int>(i)).iStatus;
+        if (iStatus != 0 || kinds_[i] == RowKind::Rejected)
+            pReport_->WriteRow(settings_.place, iFirstRecord + i, iStatus, kinds_[i] == RowKind::Rejected, rowMessages_);
     }
 }
 
@@ -140,20 +208,7 @@ void MaskingSession::Tally(const hostkit::Message& message, uint64_t iRecord) {
             return;
         }
     }
-    tallies_.push_back(MessageTally{message.iMessage, 1, iRecord, RenderMessage(message)});
-}
-
-std::string MaskingSession::EncodeFailure(const std::vector<hostkit::CellValue>& values) const {
-    const int16_t sType = settings_.instance.sDataType;
-    const std::wstring& text = values[iEncodeFailedRow_].text;
-    const std::string typeName = ColumnTypeName(sType);
-    if (IsNumericType(sType)) return "'" + hostkit::ToUtf8(text) + "' is not a decimal integer that fits " + typeName;
-    if (IsFixedWidthType(sType) && text.size() > static_cast<size_t>(settings_.instance.iLength))
-        return "the value has " + std::to_string(text.size()) + " characters, more than the column length " +
-               std::to_string(settings_.instance.iLength);
-    if (!IsWideType(sType) && std::any_of(text.begin(), text.end(), [](wchar_t c) { return c > 0xFF; }))
-        return "the value has characters that a single-byte " + typeName + " column cannot hold (ISO-8859-1)";
-    return "the value cannot be held by a " + typeName + " column";
+    tallies_.push_back(MessageTally{message.iMessage, 1, iRecord, RenderMessage(message, settings_.bShowValues)});
 }
 
 int32_t MaskingSession::Finish() {

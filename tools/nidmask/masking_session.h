@@ -11,9 +11,15 @@
 //   Empty     status 74 or 75: an empty value or a numeric zero, passed through
 //   Invalid   any other status with the row error flag clear: invalid data
 //             passed through because pass-invalid was asked for
-//   Rejected  the row error flag is set
+//   Rejected  the row error flag is set, or the host refused the value
 //   Unserved  not taken: Service stopped at the error limit
 // Only Rejected and Unserved rows make the run fail (exit status 1).
+//
+// The host decides some rows before the provider sees them, and marks them
+// taken so that Service skips them: a value the column type cannot hold, or
+// text that is not UTF-8, is rejected with a host message (host_messages.h);
+// an empty value of a numeric column is Empty (75); under random generation
+// NULL and empty rows are kept as they are unless fill-null is asked for.
 #ifndef NIDMASK_MASKING_SESSION_H
 #define NIDMASK_MASKING_SESSION_H
 
@@ -53,13 +59,15 @@ struct MessageTally {
 
 struct SessionSettings {
     hostkit::InstanceOptions instance;  // switch, CtrlBlk method, flags, column, operands
-    uint16_t sServiceMethod = 0x1406;   // the method Service is called with
+    uint16_t sServiceMethod = QRNP_METHOD_MASK;  // the method Service is called with
     int iErrorLimit = 0;                // over the whole run; 0: none
+    bool bFillNull = false;             // random: generate for NULL and empty rows too
+    bool bShowValues = false;           // values in clear in the summary's texts
+    ReportWriter::Place place;          // the rule's table and column, for the report
 };
 
 enum class ServeResult {
     Served,         // every row classified (some may be Unserved: stop after this batch)
-    EncodeFailed,   // a value cannot be held by the column: see EncodeFailure()
     ServiceFailed   // Service returned a message number: see ServiceResult(), Messages()
 };
 
@@ -70,16 +78,15 @@ public:
     // Init. 0, or its result; the captured messages are in Messages() and in the report.
     int32_t Start();
 
-    // Serves one rowset; values[0] is record number iFirstRecord.
-    ServeResult Serve(const std::vector<hostkit::CellValue>& values, uint64_t iFirstRecord);
+    // Serves one rowset; values[0] is record number iFirstRecord. A non-zero
+    // refused[i] is a host message (host_messages.h) for a value the source
+    // could not read: that row is rejected with it.
+    ServeResult Serve(const std::vector<hostkit::CellValue>& values, const std::vector<uint32_t>& refused,
+                      uint64_t iFirstRecord);
 
     RowKind Kind(size_t iRow) const { return kinds_[iRow]; }
     // The result of a Masked row, its column padding removed.
     const std::wstring& Output(size_t iRow) const { return outputs_[iRow]; }
-
-    // After EncodeFailed: the row and why its value does not fit the column.
-    size_t EncodeFailedRow() const { return iEncodeFailedRow_; }
-    std::string EncodeFailure(const std::vector<hostkit::CellValue>& values) const;
 
     // True once the error limit is reached: serve no more rows. Call
     // NoteStopped() when input is left.
@@ -98,9 +105,14 @@ public:
 
     const RowCounts& Counts() const { return counts_; }
     const std::vector<MessageTally>& Tallies() const { return tallies_; }
+    // Record numbers of the first rejected rows (at most kRejectedRowsKept).
+    static constexpr size_t kRejectedRowsKept = 10;
+    const std::vector<uint64_t>& RejectedRows() const { return rejectedRows_; }
     const SessionSettings& Settings() const { return settings_; }
 
 private:
+    void DecideRows(const std::vector<hostkit::CellValue>& values, const std::vector<uint32_t>& refused);
+    hostkit::Message HostMessage(uint32_t iMessage, const hostkit::CellValue& value, uint32_t iDetail) const;
     void CollectMessages(uint64_t iFirstRecord, size_t nRows);
     void Tally(const hostkit::Message& message, uint64_t iRecord);
 
@@ -114,7 +126,12 @@ private:
     std::vector<hostkit::Message> messages_;
     std::vector<std::pair<uint32_t, uint32_t>> messagesByRow_;  // (row in rowset, message index)
     std::vector<const hostkit::Message*> rowMessages_;
-    size_t iEncodeFailedRow_ = 0;
+    // Per row of the rowset: the host's own decision (RowKind::Unserved: none)
+    // and, for a host rejection or kept row, its message.
+    std::vector<RowKind> hostKinds_;
+    std::vector<hostkit::Message> hostMessages_;
+    std::vector<int32_t> hostMessageOf_;  // index into hostMessages_, or -1
+    std::vector<uint64_t> rejectedRows_;
     int32_t iServiceResult_ = 0;
     uint64_t iErrorsSoFar_ = 0;
     RowCounts counts_;

@@ -1,6 +1,6 @@
-// The host's message catalogue: an English text for every message number
-// the provider raises, with {TOKEN} placeholders (token names without their
-// QRNP_TOKID_ prefix) filled from the tokens captured with the message.
+// Messages as nidmask shows them: the host kit's English catalogue of the
+// provider's messages and nidmask's own (host_messages.h), with {TOKEN}
+// placeholders filled from the tokens captured with the message.
 #ifndef NIDMASK_MESSAGES_H
 #define NIDMASK_MESSAGES_H
 
@@ -12,17 +12,22 @@
 
 namespace nidmask {
 
-// The text of a message number with its placeholders, or nullptr when the
-// catalogue has none.
+// The text of a message number with its placeholders, or nullptr when
+// neither catalogue has one.
 const char* MessageTemplate(uint32_t iMessage);
-
-// Every message number the catalogue knows, ascending.
-std::vector<uint32_t> CatalogueNumbers();
 
 // The message's text: placeholders replaced by the captured tokens ("?" for
 // a token that was not captured). A number without a text renders as
-// "message N", followed by its tokens as NAME=value.
-std::string RenderMessage(const hostkit::Message& message);
+// "message N", followed by its tokens as NAME=value. Unless bShowValues, a
+// token that holds a value (SRCDATA) is shown as RedactedValue gives it.
+std::string RenderMessage(const hostkit::Message& message, bool bShowValues);
+
+// A value as messages show it by default: "[26... 15 characters]", its
+// first two characters only when it has more than four.
+std::string RedactedValue(const std::wstring& value);
+
+// A token's text as messages and reports show it (redacted unless bShowValues).
+std::string TokenText(const std::pair<int32_t, std::wstring>& token, bool bShowValues);
 
 }  // namespace nidmask
 

@@ -1,57 +1,63 @@
-// Command-line parsing with CLI11, then the checks between options.
+// Command-line parsing with CLI11, then the checks between options: a table
+// of "needs" and "excludes" rules, and the few checks that look at values.
 #include "options.h"
 
-#include <unistd.h>
-
+#include <algorithm>
+#include <cctype>
+#include <functional>
 #include <iostream>
+#include <map>
 
 #include <CLI/CLI.hpp>
 
 #include "column_types.h"
 #include "number_text.h"
+#include "rules_file.h"
 
 namespace nidmask {
 
 namespace {
 
 const char* const kFooter = R"(
-Rows and exit status:
-  Every row ends up masked (or generated with the random method), NULL, passed
-  through unchanged, or rejected. Passed through are empty values (an empty line
-  or field), numeric zeros, values of only blanks, and invalid values under
-  --pass-invalid. NULL, empty and blank values are not failures even though the
-  provider's Service counts them as failed rows (it returns -2 for them): they
-  leave the exit status at 0, and the report still lists them (4408, 74, 75, 4403).
-    0  every row served
-    1  some rows failed: the provider rejected them (Service returned -2 for
-       them), or the error limit stopped the run before the end of the input
+Rows:
+  Every input row reaches the output: masked (or generated with --method
+  random), NULL (the --null text; SQL NULL in a database), passed through
+  unchanged (an empty value, a numeric zero, only blanks, or an invalid value
+  under --pass-invalid), or rejected. A rejected row is written empty by
+  default (--on-reject empty); the summary and the report give its row number
+  and why. Under --method random, NULL and empty rows stay as they are unless
+  --fill-null. Standard error never shows a value in clear unless
+  --show-values: a value is shown as its first two characters and its length.
+
+Exit status:
+    0  every row served (NULL, empty and blank values included)
+    1  rows were rejected, or the run stopped early (--on-reject fail, or the
+       error limit): an -o file is then left as it was
     2  usage error
     3  the provider could not be loaded, Init failed, or Service returned a
-       message number (its text on standard error)
-    4  input or output error (a file, CSV syntax, a value the column type
-       cannot hold, invalid UTF-8, the database)
-  With -o the output is renamed into place at the end and never left half
-  written; on standard output, batches written before a failure stay written.
+       message number
+    4  input or output error (a file, CSV syntax, the database)
+  With -o a regular file is written to a temporary file and renamed into place
+  only when the run succeeds; a device, FIFO or socket is written directly; a
+  symlink is followed.
 
 Values:
   Row numbers are 1-based record numbers of the whole input (CSV: data records,
-  the header excluded). CHAR and WCHAR values are padded with blanks to --length
-  (the padding is removed on output); numeric types take decimal integers that
-  fit the type and write decimal numbers back (no leading zeros). Single-byte
-  types read and write ISO-8859-1, wide types UTF-8. In CSV, an unquoted field
-  equal to the NULL text is NULL, a quoted one is a value.
-
-Provider library: --provider, else $NIDMASK_PROVIDER, else libQRNNIDPrvLib.so in
-../lib/nidmask (installed) or ../lib (build tree) beside the nidmask executable.
+  the header excluded). Single-byte column types read and write ISO-8859-1,
+  wide types UTF-8. A UTF-8 byte-order mark at the start of the input is copied
+  to the output and is part of no value. In CSV, an unquoted field equal to the
+  NULL text is NULL, a quoted one is a value. When the first CSV record's field
+  in the masked column is itself an identifier, nidmask stops and asks for
+  --no-header (or --header to read it as a header anyway).
 )";
 
 const char* const kExamples = R"(
 Examples:
   nidmask --country FR examples/fr.txt
-  nidmask --country FR --validate --report report.jsonl ids.txt -o masked.txt
-  nidmask --country FR --format csv --column nir examples/people.csv
-  nidmask --country FR --db people.db --table person --column nir
-  nidmask --country FR --method random --count 10
+  nidmask --country FR --validate --report report.jsonl examples/fr.txt -o masked.txt
+  nidmask --country FR --format csv --column fr_nir examples/people.csv
+  nidmask --rules examples/people.rules.toml examples/people.csv
+  nidmask --country US --method random --count 10
 )";
 
 // A usage error: the message, and exit status 2.
@@ -59,246 +65,415 @@ struct UsageError {
     std::string message;
 };
 
-uint16_t MethodValue(const std::string& name, const char* pOption) {
-    if (name == "mask") return 0x1406;
-    if (name == "random") return 0x1407;
-    uint64_t value = 0;
-    if (!ParseUnsigned(name, 0xFFFF, &value))
-        throw UsageError{std::string(pOption) + ": '" + name + "' is none of mask, random or a number 0-65535"};
-    return static_cast<uint16_t>(value);
-}
-
-Operand ParseRawOperand(const std::string& text) {
+hostkit::Operand ParseRawOperand(const std::string& text) {
     const size_t equals = text.find('=');
     uint64_t key = 0;
     uint64_t value = 0;
-    if (equals == std::string::npos || !ParseUnsigned(text.substr(0, equals), 0xFFFF, &key) ||
-        !ParseUnsigned(text.substr(equals + 1), 0xFFFFFFFF, &value))
+    if (equals == std::string::npos || !hostkit::ParseUnsigned(text.substr(0, equals), 0xFFFF, &key) ||
+        !hostkit::ParseUnsigned(text.substr(equals + 1), 0xFFFFFFFF, &value))
         throw UsageError{"--option: '" + text +
                          "' is not KEY=VALUE with a 16-bit KEY and a 32-bit VALUE (decimal or 0x-hex)"};
     return {static_cast<uint16_t>(key), static_cast<uint32_t>(value)};
 }
 
 // A check that the value is one of `names`; the help shows the names in the type name instead.
-CLI::Validator OneOf(std::vector<std::string> names) {
-    return CLI::IsMember(std::move(names)).description("");
+CLI::Validator OneOf(std::vector<std::string> names) { return CLI::IsMember(std::move(names)).description(""); }
+
+std::string Lower(std::string text) {
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
 }
 
-bool IsNumber(const std::string& text) {
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+// The values as CLI11 leaves them, before they become Options: the
+// command line's own rule, and the file-wide settings given as text.
+struct RawValues {
+    ColumnRule rule;
+    std::string format = "lines";
+    std::string delimiter;
+    std::string type;
+    std::string onReject;
+    std::vector<std::string> rawOperands;
+    uint64_t iCount = 0;
+    bool bHeader = false;
+    bool bNoHeader = false;
+};
+
+const std::string kIo = "Input and output";
+const std::string kMasking = "Masking";
+const std::string kReports = "Rejected rows and reports";
+const std::string kEngine = "Engine-level options (for testing the provider itself)";
+
+void AddInputOutput(CLI::App& app, Options& o, RawValues& v) {
+    app.add_option("INPUT", o.input, "file to read; - or none: standard input")->group(kIo)->type_name("FILE");
+    app.add_option("-o,--output", o.output,
+                   "where to write (default standard output); a regular file is replaced only when the run succeeds")
+        ->group(kIo)
+        ->type_name("FILE");
+    app.add_option("--format", v.format,
+                   "lines: one value per line; csv or tsv: one column of a delimited file, every other byte copied")
+        ->check(OneOf({"lines", "csv", "tsv"}))
+        ->group(kIo)
+        ->type_name("lines|csv|tsv");
+    app.add_option("--delimiter", v.delimiter, "csv: the field delimiter: , (default) ; | or tab")
+        ->check(OneOf({",", ";", "|", "tab"}))
+        ->group(kIo)
+        ->type_name("C");
+    app.add_option("--column", v.rule.column,
+                   "csv: the column to mask, by header name or 1-based number (default 1); --db: the column name")
+        ->group(kIo)
+        ->type_name("NAME|N");
+    app.add_flag("--header", v.bHeader, "csv: the first record is a header, even if it looks like data")->group(kIo);
+    app.add_flag("--no-header", v.bNoHeader, "csv: the first record is data")->group(kIo);
+    app.add_option("--null", o.nullText, "the text that stands for NULL (an empty line or field is an empty value)")
+        ->group(kIo)
+        ->type_name("STRING");
+    app.add_option("--count", v.iCount, "with --method random and no INPUT: generate N values")
+        ->check(CLI::Range(uint64_t{0}, uint64_t{1000000000000}))
+        ->group(kIo)
+        ->type_name("N")
+        ->default_str("");
+    app.add_option("--db", o.dbPath,
+                   "mask --column of --table of this SQLite database in place, in one transaction (all rows or none)")
+        ->group(kIo)
+        ->type_name("FILE");
+    app.add_option("--table", v.rule.table, "--db: the table")->group(kIo)->type_name("T");
+    app.add_option("--rules", o.rulesPath,
+                   "a TOML file of masking rules: several columns (and tables), each with its own country and "
+                   "settings, in one pass; settings given here override the file's")
+        ->group(kIo)
+        ->type_name("FILE");
+    app.add_flag("--explain", o.bExplain, "print the resolved rules and what each provider instance gets, then stop")
+        ->group(kIo);
+    app.add_option("--batch", o.iBatch, "rows per batch (one Service call each)")
+        ->check(CLI::Range(1, 1000000))
+        ->group(kIo)
+        ->type_name("N");
+}
+
+void AddMasking(CLI::App& app, RawValues& v) {
+    app.add_option("--country", v.rule.masking.country, "FR, IT, UK (or GB), ES, US or CA, in any case")
+        ->group(kMasking)
+        ->type_name("CC");
+    app.add_option("--method", v.rule.masking.method, "mask the values, or generate random ones")
+        ->check(OneOf({"mask", "random", "ctrl"}))
+        ->group(kMasking)
+        ->type_name("mask|random");
+    app.add_option("--parts", v.rule.masking.named.parts,
+                   "what to mask besides what always changes, comma-separated: FR sex,year,month,dept,commune; IT "
+                   "names,date,region; UK prefix; US area; CA head (default: the country's own choice)")
+        ->group(kMasking)
+        ->type_name("LIST");
+    app.add_option("--separator", v.rule.masking.named.separator,
+                   "separators in the result: keep the source's, none, dot, dash or space (default: the country's)")
+        ->check(OneOf({"keep", "none", "dot", "dash", "space"}))
+        ->group(kMasking)
+        ->type_name("keep|none|dot|dash|space");
+    app.add_option("--form", v.rule.masking.named.form, "UK: write the 3-part or the 5-part form")
+        ->check(OneOf({"3", "5"}))
+        ->group(kMasking)
+        ->type_name("3|5");
+    app.add_option("--area-table", v.rule.masking.named.areaTable, "US: the table of areas in use")
+        ->check(OneOf({"2006", "2008", "2010"}))
+        ->group(kMasking)
+        ->type_name("2006|2008|2010");
+    app.add_flag("--validate", v.rule.masking.bValidate, "validate fully (check characters, communes, areas) before masking")
+        ->group(kMasking);
+    app.add_flag("--pass-invalid", v.rule.masking.bPassInvalid, "copy invalid values through unchanged instead of rejecting them")
+        ->group(kMasking);
+    app.add_flag("--official", v.rule.masking.bOfficial,
+                 "follow the identifiers' current official rules: NIRs of people born abroad, Y and Z NIEs, every "
+                 "UK prefix and US area issued today are accepted, and every result is officially valid")
+        ->group(kMasking);
+    app.add_flag("--fill-null", v.rule.bFillNull, "--method random: generate for NULL and empty rows too")
+        ->group(kMasking);
+    app.add_option("--type", v.type,
+                   std::string("the column type the provider sees: ") + hostkit::ColumnTypeNames() +
+                       " (default VARCHAR; with --db, INTEGER columns are U_LONG_LONG for CA and US)")
+        ->group(kMasking)
+        ->type_name("NAME");
+    app.add_option("--length", v.rule.masking.iLength, "column length in characters (the fixed width of CHAR and WCHAR)")
+        ->check(CLI::Range(1, 8191))
+        ->group(kMasking)
+        ->type_name("N");
+}
+
+void AddReports(CLI::App& app, Options& o, RawValues& v) {
+    app.add_option("--on-reject", v.onReject,
+                   "what a rejected row becomes: empty (default for files), null (the NULL text; SQL NULL), drop "
+                   "(left out of the output) or fail (stop, write nothing, exit 1; the default with --db)")
+        ->check(OneOf({"drop", "empty", "null", "fail"}))
+        ->group(kReports)
+        ->type_name("empty|null|drop|fail");
+    app.add_option("--report", o.reportPath,
+                   "JSON Lines, mode 0600: one object per row that was not simply masked, with its messages")
+        ->group(kReports)
+        ->type_name("FILE");
+    app.add_flag("--show-values", o.bShowValues,
+                 "show values in clear on standard error and in the report (default: first two characters and "
+                 "length)")
+        ->group(kReports);
+    app.add_option("--error-limit", o.iErrorLimit,
+                   "stop once N messages were captured (NULL, empty and blank values count too); 0: none")
+        ->check(CLI::Range(0, 32767))
+        ->group(kReports)
+        ->type_name("N");
+    app.add_flag("-q,--quiet", o.bQuiet, "no summary (and no progress bar)")->group(kReports);
+    app.add_flag("--progress", o.bProgress,
+                 "a progress bar on standard error (by default shown on a terminal once a run takes a second)")
+        ->group(kReports);
+}
+
+void AddEngine(CLI::App& app, Options& o, RawValues& v) {
+    app.add_option("--switch", v.rule.masking.switchText,
+                   "instead of --country: the country switch passed as it is (the provider reads its first two "
+                   "letters, in any case)")
+        ->group(kEngine)
+        ->type_name("TEXT");
+    app.add_option("--ctrl-method", v.rule.masking.ctrlMethod,
+                   "with --method ctrl (Service method 0x1408: the control block's method decides): that method, "
+                   "mask (0x1406), random (0x1407) or a number passed unchecked")
+        ->group(kEngine)
+        ->type_name("mask|random|N");
+    app.add_option("--option", v.rawOperands,
+                   "a raw operand, KEY and VALUE decimal or 0x-hex; repeatable, applied after the named settings")
+        ->group(kEngine)
+        ->type_name("KEY=VALUE")
+        ->default_str("")
+        ->allow_extra_args(false);  // one value per --option: INPUT may follow
+    app.add_flag("--in-place", v.rule.masking.bInPlace, "source and destination are one buffer (destination flag clear)")
+        ->group(kEngine);
+    app.add_option("--trace", o.tracePath, "write the provider's trace of every entry point to FILE (mode 0600)")
+        ->group(kEngine)
+        ->type_name("FILE");
+    app.add_option("--provider", o.providerPath,
+                   "the provider library to load (default: $NIDMASK_PROVIDER, else the one installed with nidmask)")
+        ->group(kEngine)
+        ->type_name("FILE");
+}
+
+// Conditions the "needs / excludes" table speaks of: an option given, or a
+// setting with a value (after the rules file is read).
+struct Condition {
+    const char* pText;                          // how messages name it
+    std::function<bool(const CLI::App&, const Options&)> holds;
+};
+
+Condition Given(const char* pName) {
+    return {pName, [pName](const CLI::App& app, const Options&) { return app.count(pName) > 0; }};
+}
+
+bool AnyRule(const Options& o, bool (*pTest)(const ColumnRule&)) {
+    for (const ColumnRule& rule : o.rules)
+        if (pTest(rule)) return true;
+    return false;
+}
+
+const Condition kCsv{"--format csv or tsv",
+                     [](const CLI::App&, const Options& o) { return o.format == InputFormat::Csv; }};
+const Condition kCsvOrDb{"--format csv or --db", [](const CLI::App&, const Options& o) {
+                             return o.format == InputFormat::Csv || !o.dbPath.empty();
+                         }};
+const Condition kRandom{"--method random", [](const CLI::App&, const Options& o) {
+                            return AnyRule(o, [](const ColumnRule& r) { return r.IsRandom(); });
+                        }};
+const Condition kCtrl{"--method ctrl", [](const CLI::App&, const Options& o) {
+                          return AnyRule(o, [](const ColumnRule& r) { return r.masking.method == "ctrl"; });
+                      }};
+const Condition kInput{"INPUT", [](const CLI::App&, const Options& o) { return !o.input.empty(); }};
+
+struct Relation {
+    Condition when;
+    bool bNeeds;        // true: `when` needs `other`; false: they exclude each other
+    Condition other;
+};
+
+const std::vector<Relation>& Relations() {
+    static const std::vector<Relation> relations = {
+        {Given("--quiet"), false, Given("--progress")},
+        {Given("--country"), false, Given("--switch")},
+        {Given("--rules"), false, Given("--country")},
+        {Given("--rules"), false, Given("--switch")},
+        {Given("--rules"), false, Given("--column")},
+        {Given("--rules"), false, Given("--table")},
+        {Given("--rules"), false, Given("--count")},
+        {Given("--db"), false, kInput},
+        {Given("--db"), false, Given("--output")},
+        {Given("--db"), false, Given("--format")},
+        {Given("--db"), false, Given("--delimiter")},
+        {Given("--db"), false, Given("--header")},
+        {Given("--db"), false, Given("--no-header")},
+        {Given("--db"), false, Given("--null")},
+        {Given("--db"), false, Given("--count")},
+        {Given("--table"), true, Given("--db")},
+        {Given("--header"), false, Given("--no-header")},
+        {Given("--header"), true, kCsv},
+        {Given("--no-header"), true, kCsv},
+        {Given("--delimiter"), true, kCsv},
+        {Given("--column"), true, kCsvOrDb},
+        {Given("--ctrl-method"), true, kCtrl},
+        {Given("--count"), false, kInput},
+        {Given("--count"), true, kRandom},
+        {Given("--count"), false, kCsv},
+        {Given("--fill-null"), true, kRandom},
+    };
+    return relations;
+}
+
+void CheckRelations(const CLI::App& app, const Options& o) {
+    for (const Relation& relation : Relations()) {
+        if (!relation.when.holds(app, o)) continue;
+        const bool bOther = relation.other.holds(app, o);
+        if (relation.bNeeds && !bOther)
+            throw UsageError{std::string(relation.when.pText) + " needs " + relation.other.pText};
+        if (!relation.bNeeds && bOther)
+            throw UsageError{std::string(relation.when.pText) + " and " + relation.other.pText + " exclude each other"};
+    }
+}
+
+// The command line's rule: its text settings made values.
+void ResolveCommandLineRule(const CLI::App& app, RawValues& v) {
+    ColumnRule& rule = v.rule;
+    rule.origin = "the command line";
+    if (!v.type.empty()) {
+        int16_t sType = 0;
+        if (!hostkit::ParseColumnType(v.type, &sType))
+            throw UsageError{"--type: '" + v.type + "' is none of " + hostkit::ColumnTypeNames() + " or a number"};
+        rule.masking.dataType = sType;
+    }
+    if (!v.onReject.empty()) {
+        rule.onReject = v.onReject == "drop"    ? RejectAction::Drop
+                        : v.onReject == "empty" ? RejectAction::Empty
+                        : v.onReject == "null"  ? RejectAction::Null
+                                                : RejectAction::Fail;
+    }
+    for (const std::string& raw : v.rawOperands) rule.masking.rawOperands.push_back(ParseRawOperand(raw));
+    if (app.count("--count") > 0) rule.bFillNull = true;  // the rows have no source: generate for each
+    if (app.count("--switch") > 0 && rule.masking.switchText.empty()) throw UsageError{"--switch: empty country switch"};
+}
+
+// Rule settings given on the command line override every rule of the file.
+void OverrideRule(const CLI::App& app, const ColumnRule& cli, ColumnRule* pRule) {
+    hostkit::MaskingSettings& m = pRule->masking;
+    const hostkit::MaskingSettings& c = cli.masking;
+    const auto given = [&](const char* pName) { return app.count(pName) > 0; };
+    if (given("--method")) m.method = c.method;
+    if (given("--ctrl-method")) m.ctrlMethod = c.ctrlMethod;
+    if (given("--validate")) m.bValidate = c.bValidate;
+    if (given("--pass-invalid")) m.bPassInvalid = c.bPassInvalid;
+    if (given("--parts")) m.named.parts = c.named.parts;
+    if (given("--separator")) m.named.separator = c.named.separator;
+    if (given("--form")) m.named.form = c.named.form;
+    if (given("--area-table")) m.named.areaTable = c.named.areaTable;
+    if (given("--type")) m.dataType = c.dataType;
+    if (given("--length")) m.iLength = c.iLength;
+    if (given("--in-place")) m.bInPlace = c.bInPlace;
+    if (given("--official")) m.bOfficial = c.bOfficial;
+    if (given("--option")) m.rawOperands.insert(m.rawOperands.end(), c.rawOperands.begin(), c.rawOperands.end());
+    if (given("--on-reject")) pRule->onReject = cli.onReject;
+    if (given("--fill-null")) pRule->bFillNull = cli.bFillNull;
+}
+
+// The rules: the file's, with the command line's settings over them, or the
+// command line's own. File-wide settings of the file apply unless the command
+// line gives them.
+void ReadRules(const CLI::App& app, RawValues& v, Options& o) {
+    if (o.rulesPath.empty()) {
+        if (v.rule.masking.country.empty() && v.rule.masking.switchText.empty())
+            throw UsageError{"--country is required (FR, IT, UK, ES, US or CA), or --rules"};
+        o.rules = {v.rule};
+        return;
+    }
+    RulesFileSettings file;
+    std::string error;
+    if (!ReadRulesFile(o.rulesPath, &file, &o.rules, &error)) throw UsageError{error};
+    for (ColumnRule& rule : o.rules) OverrideRule(app, v.rule, &rule);
+    if (file.format && app.count("--format") == 0) v.format = *file.format;
+    if (file.cDelimiter && app.count("--delimiter") == 0)
+        v.delimiter = *file.cDelimiter == '\t' ? "tab" : std::string(1, *file.cDelimiter);
+    if (file.bHeader && app.count("--header") == 0 && app.count("--no-header") == 0)
+        (*file.bHeader ? v.bHeader : v.bNoHeader) = true;
+    if (file.nullText && app.count("--null") == 0) o.nullText = *file.nullText;
+    if (file.iBatch && app.count("--batch") == 0) o.iBatch = *file.iBatch;
+}
+
+void ResolveFileWide(const CLI::App& app, const RawValues& v, Options& o) {
+    o.format = v.format == "lines" ? InputFormat::Lines : InputFormat::Csv;
+    o.cDelimiter = v.format == "tsv" ? '\t' : v.delimiter == "tab" ? '\t' : v.delimiter.empty() ? ',' : v.delimiter[0];
+    o.header = v.bHeader ? HeaderMode::Header : v.bNoHeader ? HeaderMode::NoHeader : HeaderMode::Auto;
+    if (app.count("--count") > 0) o.count = v.iCount;
+}
+
+// Checks of each rule, and between rules: every rule resolves, a column has
+// one rule, and the United States rules agree on the area table the whole
+// process uses.
+void CheckRules(const Options& o) {
+    const ColumnRule* pUsRule = nullptr;
+    int iUsTable = 0;
+    for (size_t i = 0; i < o.rules.size(); ++i) {
+        const ColumnRule& rule = o.rules[i];
+        const std::string where = o.rulesPath.empty() ? "" : rule.origin + ": ";
+        hostkit::ResolvedMasking resolved;
+        std::string error;
+        if (!hostkit::ResolveMasking(rule.masking, VARCHAR, &resolved, &error)) throw UsageError{where + error};
+        if (!o.dbPath.empty() && rule.onReject == RejectAction::Drop)
+            throw UsageError{where + "on-reject drop cannot leave a row out of a table; a database takes fail, null "
+                                     "or empty"};
+        if (!o.dbPath.empty() && (rule.table.empty() || rule.column.empty()))
+            throw UsageError{o.rulesPath.empty() ? std::string("--db needs --table and --column")
+                                                 : where + "a database rule needs a table and a column"};
+        if (o.format == InputFormat::Csv && o.dbPath.empty() && !o.rulesPath.empty() && rule.column.empty())
+            throw UsageError{where + "the rule has no column"};
+        if (o.header == HeaderMode::NoHeader && !rule.column.empty() &&
+            rule.column.find_first_not_of("0123456789") != std::string::npos)
+            throw UsageError{where + "--column " + rule.column + ": with --no-header columns are chosen by number"};
+        if (const int iTable = hostkit::UsAreaTable(resolved); iTable != 0) {
+            if (pUsRule != nullptr && iTable != iUsTable)
+                throw UsageError{pUsRule->origin + " and " + rule.origin + " need the " + std::to_string(iUsTable) +
+                                 " and the " + std::to_string(iTable) +
+                                 " US area tables: one process masks with one table (split the run)"};
+            pUsRule = &rule;
+            iUsTable = iTable;
+        }
+        for (size_t k = 0; k < i; ++k) {
+            const ColumnRule& other = o.rules[k];
+            if (Lower(other.table) == Lower(rule.table) && Lower(other.column) == Lower(rule.column))
+                throw UsageError{other.origin + " and " + rule.origin + " both mask column " + rule.Label()};
+        }
+    }
+    if (o.rules.size() > 1 && o.dbPath.empty() && o.format == InputFormat::Lines)
+        throw UsageError{o.rulesPath + ": " + std::to_string(o.rules.size()) +
+                         " rules for lines input, which has one column: use --format csv, or one rule"};
+}
+
+int PrintUsageError(const std::string& message) {
+    std::cerr << "nidmask: " << message << "\nRun 'nidmask --help' for the options.\n";
+    return 2;
 }
 
 }  // namespace
 
 ParsedCommandLine ParseCommandLine(int argc, char** argv) {
     Options o;
-    std::string format = "lines";
-    std::string method = "mask";
-    std::string ctrlMethod;
-    std::string type;
-    std::string onReject;
-    std::vector<std::string> rawOperands;
-    NamedSettings named;
-    uint64_t iCount = 0;
-    bool bValidate = false;
-    bool bPassInvalid = false;
-
-    CLI::App app{"nidmask: masks national identification numbers (FR, IT, UK, ES, US, CA) in files, CSV and\n"
-                 "SQLite tables with the provider library, or generates random ones.",
+    RawValues v;
+    CLI::App app{"nidmask: masks national identification numbers (FR, IT, UK, ES, US, CA) in text files, CSV files\n"
+                 "and SQLite tables, deterministically and keeping their format, or generates random ones.",
                  "nidmask"};
-    app.footer(std::string(kFooter) + "\n" + NamedSettingsHelp() + kExamples);
+    app.footer(std::string(kFooter) + "\n" + hostkit::NamedSettingsHelp() + kExamples);
     app.option_defaults()->always_capture_default();
     app.set_version_flag("--version", "nidmask " NIDMASK_VERSION);
     app.get_formatter()->column_width(36);
-
-    const std::string io = "Input and output";
-    app.add_option("INPUT", o.input, "file to read; - or none: standard input")->group(io)->type_name("FILE");
-    CLI::Option* pOutput =
-        app.add_option("-o,--output", o.output, "where to write; default standard output")->group(io)->type_name("FILE");
-    CLI::Option* pFormat = app.add_option("--format", format,
-                                          "lines: one value per line (LF or CRLF); csv: RFC 4180 CSV, other "
-                                          "columns copied byte for byte")
-                               ->check(OneOf({"lines", "csv"}))
-                               ->group(io)
-                               ->type_name("lines|csv");
-    CLI::Option* pColumn = app.add_option("--column", o.column,
-                                          "csv: the column to mask, by header name or 1-based number (default 1); "
-                                          "--db: the column name")
-                               ->group(io)
-                               ->type_name("NAME|N");
-    CLI::Option* pNoHeader = app.add_flag("--no-header", o.bNoHeader, "csv: the first record is data")->group(io);
-    CLI::Option* pNull = app.add_option("--null", o.nullText,
-                                        "the text that stands for a NULL value; an empty line or field is an empty, "
-                                        "zero-length value")
-                             ->group(io)
-                             ->type_name("STRING");
-    CLI::Option* pCount = app.add_option("--count", iCount,
-                                         "with --method random and no INPUT: generate N values (rows with no source)")
-                              ->check(CLI::Range(uint64_t{0}, uint64_t{1000000000000}))
-                              ->group(io)
-                              ->type_name("N")
-                              ->default_str("");
-    CLI::Option* pDb = app.add_option("--db", o.dbPath,
-                                      "mask --column of --table of this SQLite database in place, in one "
-                                      "transaction (all rows or none), updating by rowid")
-                           ->group(io)
-                           ->type_name("FILE");
-    CLI::Option* pTable = app.add_option("--table", o.table, "--db: the table")->group(io)->type_name("T");
-
-    const std::string provider = "Provider settings";
-    app.add_option("--country", o.countrySwitch,
-                   "the country switch, passed as a wide string: FR, IT, UK, ES, US, CA or any text (only the "
-                   "first two letters count)")
-        ->required()
-        ->group(provider)
-        ->type_name("TEXT");
-    app.add_option("--method", method,
-                   "Service method: mask 0x1406, random 0x1407, ctrl 0x1408 (the control block's method decides)")
-        ->check(OneOf({"mask", "random", "ctrl"}))
-        ->group(provider)
-        ->type_name("mask|random|ctrl");
-    CLI::Option* pCtrlMethod =
-        app.add_option("--ctrl-method", ctrlMethod,
-                       "with --method ctrl: the control block's method, mask, random or a number passed unchecked "
-                       "(default mask)")
-            ->group(provider)
-            ->type_name("mask|random|N");
-    app.add_flag("--validate", bValidate, "processing flag 1: validate fully (for FR: commune and check key too)")
-        ->group(provider);
-    app.add_flag("--pass-invalid", bPassInvalid,
-                 "processing flag 2: pass invalid data through unchanged instead of rejecting it")
-        ->group(provider);
-    app.add_option("--option", rawOperands,
-                   "a raw operand, KEY and VALUE decimal or 0x-hex; repeatable, applied in order after the named "
-                   "settings (so it overrides them)")
-        ->group(provider)
-        ->type_name("KEY=VALUE")
-        ->default_str("")
-        ->allow_extra_args(false);  // one value per --option: INPUT may follow
-    app.add_option("--type", type,
-                   std::string("the column type presented to the provider: ") + ColumnTypeNames() +
-                       ", or a number (default VARCHAR; with --db: TEXT columns VARCHAR, INTEGER columns "
-                       "U_LONG_LONG for CA and US)")
-        ->group(provider)
-        ->type_name("NAME");
-    app.add_option("--length", o.iLength, "column length in characters (the fixed width of CHAR and WCHAR)")
-        ->check(CLI::Range(1, 8191))
-        ->group(provider)
-        ->type_name("N");
-    app.add_flag("--in-place", o.bInPlace, "source and destination are one buffer (destination flag clear)")
-        ->group(provider);
-    app.add_option("--batch", o.iBatch, "rows per rowset (one Service call each)")
-        ->check(CLI::Range(1, 1000000))
-        ->group(provider)
-        ->type_name("N");
-    app.add_option("--error-limit", o.iErrorLimit,
-                   "the host's error limit: stop once the provider has captured N messages (NULL, empty and blank "
-                   "values count too); 0: none")
-        ->check(CLI::Range(0, 32767))
-        ->group(provider)
-        ->type_name("N");
-    app.add_option("--parts", named.parts,
-                   "what to mask, comma-separated: FR sex,year,month,dept,commune; IT names,date,region; UK prefix; "
-                   "US area; CA head (default: the country's own choice)")
-        ->group(provider)
-        ->type_name("LIST");
-    app.add_option("--separator", named.separator,
-                   "the country's separator operand: keep, none, dot, dash or space (default: the country's own)")
-        ->check(OneOf({"keep", "none", "dot", "dash", "space"}))
-        ->group(provider)
-        ->type_name("keep|none|dot|dash|space");
-    app.add_option("--form", named.form, "UK: the 3-part or 5-part form (0x180D bit 1 or 2)")
-        ->check(OneOf({"3", "5"}))
-        ->group(provider)
-        ->type_name("3|5");
-    app.add_option("--area-table", named.areaTable, "US: the area table (0x180E bit 2, bit 4, or neither)")
-        ->check(OneOf({"2006", "2008", "2010"}))
-        ->group(provider)
-        ->type_name("2006|2008|2010");
-    app.add_option("--provider", o.providerPath, "the provider library to load")->group(provider)->type_name("FILE");
-
-    const std::string reports = "Rejected rows and reports";
-    app.add_option("--on-reject", onReject,
-                   "a rejected row never reaches the output with its source value: drop leaves it out, empty writes "
-                   "an empty value, null the NULL text (SQL NULL in a database), fail stops, writes nothing and exits "
-                   "1 (default: drop; fail with --db)")
-        ->check(OneOf({"drop", "empty", "null", "fail"}))
-        ->group(reports)
-        ->type_name("drop|empty|null|fail");
-    app.add_option("--report", o.reportPath,
-                   "JSON Lines: one object per row with a non-zero status or rejected, with its messages; messages "
-                   "bound to no row come as row 0")
-        ->group(reports)
-        ->type_name("FILE");
-    app.add_option("--trace", o.tracePath, "write the provider's trace of every entry point to FILE")
-        ->group(reports)
-        ->type_name("FILE");
-    CLI::Option* pQuiet = app.add_flag("-q,--quiet", o.bQuiet, "no summary (and no progress bar)")->group(reports);
-    CLI::Option* pProgress =
-        app.add_flag("--progress", o.bProgress,
-                     "a progress bar on standard error (by default shown on a terminal once a run takes a second)")
-            ->group(reports);
+    AddInputOutput(app, o, v);
+    AddMasking(app, v);
+    AddReports(app, o, v);
+    AddEngine(app, o, v);
 
     try {
         app.parse(argc, argv);
-        if (pQuiet->count() > 0 && pProgress->count() > 0) throw UsageError{"--quiet and --progress exclude each other"};
-        if (pDb->count() > 0) {
-            if (!o.input.empty()) throw UsageError{"--db and INPUT exclude each other"};
-            for (const CLI::Option* pOther : {pOutput, pFormat, pNoHeader, pNull, pCount})
-                if (pOther->count() > 0) throw UsageError{"--db and " + pOther->get_name() + " exclude each other"};
-            if (pTable->count() == 0 || pColumn->count() == 0) throw UsageError{"--db needs --table and --column"};
-        } else if (pTable->count() > 0) {
-            throw UsageError{"--table needs --db"};
-        }
-        o.sProcFlags = static_cast<uint16_t>((bValidate ? 1 : 0) | (bPassInvalid ? 2 : 0));
-        o.format = format == "csv" ? InputFormat::Csv : InputFormat::Lines;
-        if (pNoHeader->count() > 0 && o.format != InputFormat::Csv) throw UsageError{"--no-header needs --format csv"};
-        if (pColumn->count() > 0 && o.dbPath.empty() && o.format != InputFormat::Csv)
-            throw UsageError{"--column needs --format csv or --db"};
-        if (o.bNoHeader && pColumn->count() > 0 && !IsNumber(o.column))
-            throw UsageError{"--column " + o.column + ": with --no-header columns are chosen by number"};
-        if (o.format == InputFormat::Csv && pColumn->count() > 0 && o.column.empty())
-            throw UsageError{"--column: empty column name"};
-
-        if (method == "mask") {
-            o.sServiceMethod = o.sCtrlMethod = 0x1406;
-        } else if (method == "random") {
-            o.sServiceMethod = o.sCtrlMethod = 0x1407;
-        } else {
-            o.sServiceMethod = 0x1408;
-            o.sCtrlMethod = ctrlMethod.empty() ? 0x1406 : MethodValue(ctrlMethod, "--ctrl-method");
-        }
-        if (pCtrlMethod->count() > 0 && method != "ctrl") throw UsageError{"--ctrl-method needs --method ctrl"};
-
-        if (pCount->count() > 0) {
-            if (!o.input.empty()) throw UsageError{"--count and INPUT exclude each other"};
-            if (!o.IsRandom()) throw UsageError{"--count needs --method random (rows without a source)"};
-            if (o.format == InputFormat::Csv) throw UsageError{"--count writes lines; it excludes --format csv"};
-            o.count = iCount;
-        }
-
-        if (!type.empty()) {
-            int16_t sType = 0;
-            if (!ParseColumnType(type, &sType))
-                throw UsageError{"--type: '" + type + "' is none of " + ColumnTypeNames() + " or a number"};
-            o.dataType = sType;
-        }
-
-        if (onReject.empty()) {
-            o.onReject = o.dbPath.empty() ? RejectAction::Drop : RejectAction::Fail;
-        } else {
-            o.onReject = onReject == "drop"    ? RejectAction::Drop
-                         : onReject == "empty" ? RejectAction::Empty
-                         : onReject == "null"  ? RejectAction::Null
-                                               : RejectAction::Fail;
-            if (!o.dbPath.empty() && o.onReject == RejectAction::Drop)
-                throw UsageError{"--on-reject drop cannot leave a row out of a table; --db takes fail, null or empty"};
-        }
-
-        std::string error;
-        if (!AppendNamedOperands(o.countrySwitch, named, &o.operands, &error)) throw UsageError{error};
-        for (const std::string& raw : rawOperands) o.operands.push_back(ParseRawOperand(raw));
-        if (o.countrySwitch.empty()) throw UsageError{"--country: empty country switch"};
+        ResolveCommandLineRule(app, v);
+        ReadRules(app, v, o);
+        ResolveFileWide(app, v, o);
+        CheckRelations(app, o);
+        CheckRules(o);
     } catch (const CLI::CallForHelp&) {
         std::cout << app.help();
         return {std::nullopt, 0};
@@ -309,11 +484,9 @@ ParsedCommandLine ParseCommandLine(int argc, char** argv) {
         std::cout << version.what() << "\n";
         return {std::nullopt, 0};
     } catch (const CLI::ParseError& error) {
-        std::cerr << "nidmask: " << error.what() << "\nRun 'nidmask --help' for the options.\n";
-        return {std::nullopt, 2};
+        return {std::nullopt, PrintUsageError(error.what())};
     } catch (const UsageError& error) {
-        std::cerr << "nidmask: " << error.message << "\nRun 'nidmask --help' for the options.\n";
-        return {std::nullopt, 2};
+        return {std::nullopt, PrintUsageError(error.message)};
     }
     return {std::move(o), 0};
 }

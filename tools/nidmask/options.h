@@ -8,46 +8,46 @@
 #include <string>
 #include <vector>
 
-#include "country_operands.h"
+#include "column_rule.h"
 
 namespace nidmask {
 
 enum class InputFormat { Lines, Csv };
-enum class RejectAction { Drop, Empty, Null, Fail };
+// Whether the first CSV record is a header: decided by looking at it (Auto),
+// or forced either way by --header / --no-header.
+enum class HeaderMode { Auto, Header, NoHeader };
 
 struct Options {
-    // Input and output.
+    // Input and output (file-wide).
     std::string input;                  // "" or "-": standard input
     std::string output;                 // "": standard output
     InputFormat format = InputFormat::Lines;
-    std::string column;                 // csv: header name or 1-based number; db: column name
-    bool bNoHeader = false;
+    char cDelimiter = ',';              // csv: the field delimiter
+    HeaderMode header = HeaderMode::Auto;
     std::string nullText = "\\N";
     std::optional<uint64_t> count;      // rows to generate without input
     std::string dbPath;
-    std::string table;
-
-    // Provider settings.
-    std::string countrySwitch;          // UTF-8, passed as a wide string
-    uint16_t sServiceMethod = 0x1406;   // what Service is called with
-    uint16_t sCtrlMethod = 0x1406;      // the CtrlBlk method and operand 0x100B
-    uint16_t sProcFlags = 0;
-    std::vector<Operand> operands;      // named settings first, then --option in order
-    std::optional<int16_t> dataType;    // unset: VARCHAR, or from the database column
-    int32_t iLength = 32;
-    bool bInPlace = false;
     int iBatch = 1000;
     int iErrorLimit = 0;
 
-    // Rejected rows and reports.
-    RejectAction onReject = RejectAction::Drop;
+    // The masked columns: the rules file's, or the command line's one.
+    std::vector<ColumnRule> rules;
+    std::string rulesPath;
+    bool bExplain = false;              // print the resolved rules and stop
+
+    // Reports.
     std::string reportPath;
     std::string tracePath;
     bool bQuiet = false;
     bool bProgress = false;
+    bool bShowValues = false;           // identifiers in clear on standard error and in the report
     std::string providerPath;           // "": the default path
 
-    bool IsRandom() const { return sCtrlMethod == 0x1407; }
+    // What a rule's rejected rows become: its own setting, else fail in a
+    // database and empty in a file.
+    RejectAction OnReject(const ColumnRule& rule) const {
+        return rule.onReject.value_or(dbPath.empty() ? RejectAction::Empty : RejectAction::Fail);
+    }
 };
 
 struct ParsedCommandLine {
@@ -55,8 +55,8 @@ struct ParsedCommandLine {
     int iExitCode = 0;                  // otherwise: 0 after --help or --version, 2 after an error
 };
 
-// Parses argv. Help and version texts go to standard output, errors to
-// standard error.
+// Parses argv and reads the rules file. Help and version texts go to
+// standard output, errors to standard error.
 ParsedCommandLine ParseCommandLine(int argc, char** argv);
 
 }  // namespace nidmask

@@ -36,16 +36,43 @@ void UnwatchTemp() {
     g_interruptedTemp[0] = '\0';
 }
 
-// The mode a new file gets (0666 less the umask), or the mode of the file it replaces.
-mode_t ModeFor(const std::string& path) {
-    struct stat info {};
-    if (stat(path.c_str(), &info) == 0) return info.st_mode & 07777;
-    const mode_t mask = umask(0);
-    umask(mask);
+// The umask the process started with, once NarrowUmask has run.
+mode_t g_startUmask = 0;
+bool g_bUmaskNarrowed = false;
+
+// The mode a new output file gets: 0666 less the umask the process started with.
+mode_t NewFileMode() {
+    mode_t mask = g_startUmask;
+    if (!g_bUmaskNarrowed) {
+        mask = umask(0);
+        umask(mask);
+    }
     return 0666 & ~mask;
 }
 
+// The file a symlink finally names (relative links are relative to the
+// link's directory), or the path itself.
+std::string FollowLinks(const std::string& path) {
+    std::string current = path;
+    for (int hops = 0; hops < 40; ++hops) {
+        struct stat info {};
+        if (lstat(current.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return current;
+        std::vector<char> target(static_cast<size_t>(info.st_size > 0 ? info.st_size : 4096) + 1);
+        const ssize_t n = readlink(current.c_str(), target.data(), target.size() - 1);
+        if (n < 0) return current;
+        const std::string link(target.data(), static_cast<size_t>(n));
+        const size_t slash = current.rfind('/');
+        current = link.front() == '/' || slash == std::string::npos ? link : current.substr(0, slash + 1) + link;
+    }
+    return current;
+}
+
 }  // namespace
+
+void NarrowUmask() {
+    g_startUmask = umask(077);
+    g_bUmaskNarrowed = true;
+}
 
 OutputFile::~OutputFile() { Abandon(); }
 
@@ -58,20 +85,29 @@ bool OutputFile::Open(const std::string& path, bool bAtomic, std::string* pError
     }
     path_ = path;
     bOwned_ = true;
-    if (!bAtomic) {
-        fd_ = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const std::string target = FollowLinks(path);
+    struct stat info {};
+    const bool bExists = stat(target.c_str(), &info) == 0;
+    if (!bAtomic || (bExists && !S_ISREG(info.st_mode))) {
+        // Devices, FIFOs and sockets are written as they are; a FIFO blocks
+        // here until its reader comes.
+        const int flags = bExists && !S_ISREG(info.st_mode) ? O_WRONLY : O_WRONLY | O_CREAT | O_TRUNC;
+        fd_ = open(target.c_str(), flags | O_CLOEXEC, 0600);
+        if (fd_ >= 0 && (!bExists || S_ISREG(info.st_mode))) fchmod(fd_, 0600);  // it may hold identifiers
     } else {
-        const size_t slash = path.rfind('/');
-        const std::string dir = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-        const std::string base = slash == std::string::npos ? path : path.substr(slash + 1);
+        const size_t slash = target.rfind('/');
+        const std::string dir = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+        const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
         std::string temp = dir + "." + base + ".nidmask-XXXXXX";
         std::vector<char> name(temp.begin(), temp.end());
         name.push_back('\0');
-        fd_ = mkstemp(name.data());
+        fd_ = mkstemp(name.data());  // mode 0600
         if (fd_ >= 0) {
+            bAtomic_ = true;
             tempPath_ = name.data();
+            finalPath_ = target;
+            finalMode_ = bExists ? info.st_mode & 07777 : NewFileMode();
             WatchTemp(tempPath_);
-            fchmod(fd_, ModeFor(path));
         }
     }
     if (fd_ < 0) {
@@ -102,14 +138,18 @@ bool OutputFile::Flush() {
 bool OutputFile::Commit(std::string* pError) {
     if (!bOpen_) return true;
     bool bOk = Flush();
+    if (bOk && !tempPath_.empty() && fchmod(fd_, finalMode_) != 0) {
+        error_ = "cannot set the mode of " + path_ + ": " + std::strerror(errno);
+        bOk = false;
+    }
     if (bOk && bOwned_ && close(fd_) != 0) {
         error_ = "cannot write " + path_ + ": " + std::strerror(errno);
         bOk = false;
     }
     if (bOwned_) bOwned_ = false, fd_ = -1;
     if (bOk && !tempPath_.empty()) {
-        if (rename(tempPath_.c_str(), path_.c_str()) != 0) {
-            error_ = "cannot rename " + tempPath_ + " to " + path_ + ": " + std::strerror(errno);
+        if (rename(tempPath_.c_str(), finalPath_.c_str()) != 0) {
+            error_ = "cannot rename " + tempPath_ + " to " + finalPath_ + ": " + std::strerror(errno);
             bOk = false;
         } else {
             tempPath_.clear();
@@ -126,6 +166,9 @@ bool OutputFile::Commit(std::string* pError) {
 }
 
 void OutputFile::Abandon() {
+    // What goes straight to its reader was written already as far as the
+    // run is concerned: it leaves; a temporary file is removed.
+    if (bOpen_ && tempPath_.empty() && fd_ >= 0) Flush();
     buffer_.clear();
     if (bOwned_ && fd_ >= 0) close(fd_);
     bOwned_ = false;
@@ -136,6 +179,12 @@ void OutputFile::Abandon() {
         UnwatchTemp();
     }
     bOpen_ = false;
+}
+
+std::string AbandonedOutputNote(const OutputFile& output, uint64_t iWritten) {
+    if (!output.WritesThrough()) return output.Name() + " is left as it was";
+    return std::to_string(iWritten) + (iWritten == 1 ? " record was" : " records were") + " written to " +
+           output.Name();
 }
 
 }  // namespace nidmask

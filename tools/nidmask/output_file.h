@@ -1,14 +1,24 @@
-// Buffered output to standard output or a file. A file can be written
-// atomically: to a temporary name beside it, renamed over the final name
-// only by Commit, so that an interrupted or failed run never leaves a
-// half-written file under that name.
+// Buffered output to standard output or a file, written as what the path
+// is. A regular file (or a new path) can be written atomically: to a
+// temporary file beside it (mode 0600 while it is written), renamed over the
+// final name only by Commit with the old file's mode (or 0666 less the
+// umask), so that an interrupted or failed run never leaves a half-written
+// file under that name. A symlink is followed: its target is replaced, the
+// link stays. A character device, FIFO or socket is written directly.
 #ifndef NIDMASK_OUTPUT_FILE_H
 #define NIDMASK_OUTPUT_FILE_H
+
+#include <sys/types.h>
 
 #include <string>
 #include <string_view>
 
 namespace nidmask {
+
+// Sets the process umask to 077, so that every file nidmask or SQLite
+// creates for itself (report, trace, temporary files) is private; output
+// files still get 0666 less the umask the process started with.
+void NarrowUmask();
 
 class OutputFile {
 public:
@@ -17,8 +27,15 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile();  // abandons what was not committed
 
-    // "" or "-": standard output. False with a message.
+    // "" or "-": standard output. Without bAtomic a regular file is written
+    // in place with mode 0600 (reports). False with a message.
     bool Open(const std::string& path, bool bAtomic, std::string* pError);
+
+    // True when bytes written reach their reader at once and cannot be
+    // taken back (standard output, a device, a FIFO or socket).
+    bool WritesThrough() const { return !bAtomic_; }
+    // "standard output" or the path given.
+    const std::string& Name() const { return path_; }
 
     // Append to Buffer() and call MaybeFlush(), or use Write.
     std::string& Buffer() { return buffer_; }
@@ -45,11 +62,18 @@ private:
     int fd_ = -1;
     bool bOwned_ = false;
     bool bOpen_ = false;
-    std::string path_;      // the final name
+    bool bAtomic_ = false;  // written to a temporary file, renamed at Commit
+    std::string path_;      // the path given, for messages
+    std::string finalPath_; // atomic: the file renamed over (a symlink's target)
     std::string tempPath_;  // atomic: the name written to
+    mode_t finalMode_ = 0;  // atomic: the mode the file gets at Commit
     std::string buffer_;
     std::string error_;
 };
+
+// For messages: what an abandoned output leaves ("out.csv is left as it
+// was", "12 records were written to standard output").
+std::string AbandonedOutputNote(const OutputFile& output, uint64_t iWritten);
 
 }  // namespace nidmask
 

@@ -54,9 +54,12 @@ void Progress::Finish() {
     bShown_ = false;
 }
 
-std::string Summary(const RowCounts& counts, const std::vector<MessageTally>& tallies, double seconds, bool bRandom) {
+std::string Summary(const MaskingSession& session, RejectAction onReject, double seconds, const std::string& name) {
+    const RowCounts& counts = session.Counts();
+    const std::vector<MessageTally>& tallies = session.Tallies();
+    const bool bRandom = session.Settings().instance.sMethod == QRNP_METHOD_RANDOM;
     const auto n = [](uint64_t value) { return std::to_string(value); };
-    std::string text = "nidmask: " + n(counts.iRead) + " rows read: " + n(counts.iMasked) +
+    std::string text = "nidmask: " + (name.empty() ? "" : name + ": ") + n(counts.iRead) + " rows read: " + n(counts.iMasked) +
                        (bRandom ? " generated, " : " masked, ") + n(counts.PassedThrough()) + " passed through";
     std::string detail;
     const auto add = [&](uint64_t value, const char* pWhat) {
@@ -74,6 +77,17 @@ std::string Summary(const RowCounts& counts, const std::vector<MessageTally>& ta
     std::snprintf(timing, sizeof(timing), "; %.2f s, %.0f rows/s\n", seconds, rate);
     text += timing;
     if (counts.iUnserved > 0 || counts.bStoppedAtLimit) text += "nidmask: the error limit stopped the run\n";
+    if (counts.iRejected > 0) {
+        const char* pBecame = onReject == RejectAction::Empty  ? "written empty"
+                              : onReject == RejectAction::Null ? "written as NULL"
+                              : onReject == RejectAction::Drop ? "left out"
+                                                               : "not written";
+        text += "nidmask: rejected rows (" + std::string(pBecame) + "): ";
+        const std::vector<uint64_t>& rows = session.RejectedRows();
+        for (size_t i = 0; i < rows.size(); ++i) text += (i == 0 ? "" : ", ") + n(rows[i]);
+        if (counts.iRejected > rows.size()) text += " and " + n(counts.iRejected - rows.size()) + " more (see --report)";
+        text += "\n";
+    }
     constexpr size_t kShown = 10;
     for (size_t i = 0; i < tallies.size() && i < kShown; ++i) {
         const MessageTally& tally = tallies[i];

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "column_rule.h"
 #include "masking_session.h"
 
 namespace nidmask {
@@ -39,9 +40,11 @@ private:
     Clock::time_point lastDraw_;
 };
 
-// "nidmask: 10 rows read: 7 masked, 2 passed through (1 empty, 1 blank), 1 rejected, 0 NULL; 0.01 s, 1000 rows/s"
-// followed by a line per message number that is not a plain notice.
-std::string Summary(const RowCounts& counts, const std::vector<MessageTally>& tallies, double seconds, bool bRandom);
+// "nidmask: 10 rows read: 7 masked, 2 passed through (1 empty, 1 blank), 1 rejected, 0 NULL; 0.01 s, 1000 rows/s",
+// the first rejected rows and what became of them, then a line per message
+// number that is not a plain notice. `name` (a column) prefixes the first
+// line when not empty.
+std::string Summary(const MaskingSession& session, RejectAction onReject, double seconds, const std::string& name);
 
 }  // namespace nidmask
 

@@ -30,7 +30,8 @@ void AppendJsonString(const std::string& text, std::string* pOut) {
     out += '"';
 }
 
-bool ReportWriter::Open(const std::string& path, std::string* pError) {
+bool ReportWriter::Open(const std::string& path, bool bShowValues, std::string* pError) {
+    bShowValues_ = bShowValues;
     bOpen_ = file_.Open(path, false, pError);
     return bOpen_;
 }
@@ -46,28 +47,45 @@ void ReportWriter::AppendMessages(const std::vector<const hostkit::Message*>& me
             if (k > 0) out += ',';
             AppendJsonString(hostkit::TokenName(message.tokens[k].first), &out);
             out += ':';
-            AppendJsonString(hostkit::ToUtf8(message.tokens[k].second), &out);
+            AppendJsonString(TokenText(message.tokens[k], bShowValues_), &out);
         }
         out += "},\"text\":";
-        AppendJsonString(RenderMessage(message), &out);
+        AppendJsonString(RenderMessage(message, bShowValues_), &out);
         out += '}';
     }
     out += "]}\n";
 }
 
-void ReportWriter::WriteRow(uint64_t iRow, int32_t iStatus, bool bRejected,
+void ReportWriter::AppendPlace(const Place& place) {
+    std::string& out = file_.Buffer();
+    out += '{';
+    if (!place.table.empty()) {
+        out += "\"table\":";
+        AppendJsonString(place.table, &out);
+        out += ',';
+    }
+    if (!place.column.empty()) {
+        out += "\"column\":";
+        AppendJsonString(place.column, &out);
+        out += ',';
+    }
+}
+
+void ReportWriter::WriteRow(const Place& place, uint64_t iRow, int32_t iStatus, bool bRejected,
                             const std::vector<const hostkit::Message*>& messages) {
     if (!bOpen_) return;
+    AppendPlace(place);
     std::string& out = file_.Buffer();
-    out += "{\"row\":" + std::to_string(iRow) + ",\"status\":" + std::to_string(iStatus) +
+    out += "\"row\":" + std::to_string(iRow) + ",\"status\":" + std::to_string(iStatus) +
            ",\"rejected\":" + (bRejected ? "true," : "false,");
     AppendMessages(messages);
     file_.MaybeFlush();
 }
 
-void ReportWriter::WriteUnbound(const std::vector<const hostkit::Message*>& messages) {
+void ReportWriter::WriteUnbound(const Place& place, const std::vector<const hostkit::Message*>& messages) {
     if (!bOpen_ || messages.empty()) return;
-    file_.Buffer() += "{\"row\":0,";
+    AppendPlace(place);
+    file_.Buffer() += "\"row\":0,";
     AppendMessages(messages);
     file_.MaybeFlush();
 }

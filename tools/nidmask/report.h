@@ -3,6 +3,8 @@
 // row:
 //   {"row":N,"status":S,"rejected":B,"messages":[{"id":4405,"tokens":{"SRCDATA":"..."},"text":"..."}]}
 //   {"row":0,"messages":[...]}
+// With a rule's place given, each object names it first:
+//   {"table":"person","column":"fr_nir","row":N,...}
 #ifndef NIDMASK_REPORT_H
 #define NIDMASK_REPORT_H
 
@@ -17,21 +19,30 @@ namespace nidmask {
 
 class ReportWriter {
 public:
-    // Writes to `path` (not atomically: a failed run keeps its report).
-    bool Open(const std::string& path, std::string* pError);
+    // Writes to `path` (not atomically: a failed run keeps its report; mode
+    // 0600). Values in tokens and texts are redacted unless bShowValues.
+    bool Open(const std::string& path, bool bShowValues, std::string* pError);
     bool IsOpen() const { return bOpen_; }
 
-    void WriteRow(uint64_t iRow, int32_t iStatus, bool bRejected, const std::vector<const hostkit::Message*>& messages);
-    void WriteUnbound(const std::vector<const hostkit::Message*>& messages);
+    // Where the messages come from: a table ("" for files) and a column ("" for lines).
+    struct Place {
+        std::string table;
+        std::string column;
+    };
+    void WriteRow(const Place& place, uint64_t iRow, int32_t iStatus, bool bRejected,
+                  const std::vector<const hostkit::Message*>& messages);
+    void WriteUnbound(const Place& place, const std::vector<const hostkit::Message*>& messages);
 
     // Flushes and closes. False with a message.
     bool Close(std::string* pError);
 
 private:
+    void AppendPlace(const Place& place);
     void AppendMessages(const std::vector<const hostkit::Message*>& messages);
 
     OutputFile file_;
     bool bOpen_ = false;
+    bool bShowValues_ = false;
 };
 
 // Appends `text` (UTF-8) as a JSON string, quotes included.

@@ -5,7 +5,7 @@
 
 #include "exit_codes.h"
 #include "hostkit.h"
-#include "run_common.h"
+#include "serve_loop.h"
 
 namespace nidmask {
 

@@ -40,73 +40,64 @@ TEST(SpainDriverTest, LayoutsControlLetterAndMaskedForms) {
         {L"X-1234567-L", 0, 0, L"X-2044628-C"},
         {L"X 1234567 L", 0, 0, L"X 2044628 C"},
         {L"  X1234567L ", 0, 0, L"X2044628C"},
-        {L"1234567/L", 0, 4406},
-        {L"12345678Z ", 0, 4406},   // converted length 10: no mark, so a separator is needed at 7
-        {L" 12345678Z", 0, 4406},
-        {L"1234567LL", 0, 4406},
-        {L"X-1234567 L", 0, 4406},  // mixed separators
-        {L"X/1234567/L", 0, 4406},
-        {L"Y-1234567-L", 0, 4406},  // only X is an NIE prefix
-        {L"Y1234567L", 0, 4406},
-        {L"x1234567L", 0, 4406},
-        {L"12345678-Z", 0, 4407},   // a separated eight-digit NIF is refused
-        {L"X12345A7L", 0, 4407},
-        {L"12345A7-L", 0, 4407},
-        {L"X-12345A7-L", 0, 4407},
-        {L"X234567L", 0, 4407},     // length 8 reads seven digits from the start
-        {L"1234567", 0, 4405},
-        {L"X-1234567-LL", 0, 4405},
-        {L"ABCDEFGHIJ", 0, 4405},   // ten letters and digits
-        {L"1-2-3-4-5-6", 0, 4405},  // six letters and digits
+        {L"1234567/L", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"12345678Z ", 0, QRNP_MSG_INVALID_SEPARATOR},   // converted length 10: no mark, so a separator is needed at 7
+        {L" 12345678Z", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"1234567LL", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"X-1234567 L", 0, QRNP_MSG_INVALID_SEPARATOR},  // mixed separators
+        {L"X/1234567/L", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"Y-1234567-L", 0, QRNP_MSG_INVALID_SEPARATOR},  // only X is an NIE prefix
+        {L"Y1234567L", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"x1234567L", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"12345678-Z", 0, QRNP_MSG_INVALID_SOURCE_DATA},   // a separated eight-digit NIF is refused
+        {L"X12345A7L", 0, QRNP_MSG_INVALID_SOURCE_DATA},
+        {L"12345A7-L", 0, QRNP_MSG_INVALID_SOURCE_DATA},
+        {L"X-12345A7-L", 0, QRNP_MSG_INVALID_SOURCE_DATA},
+        {L"X234567L", 0, QRNP_MSG_INVALID_SOURCE_DATA},     // length 8 reads seven digits from the start
+        {L"1234567", 0, QRNP_MSG_INVALID_LENGTH},
+        {L"X-1234567-LL", 0, QRNP_MSG_INVALID_LENGTH},
+        {L"ABCDEFGHIJ", 0, QRNP_MSG_INVALID_LENGTH},   // ten letters and digits
+        {L"1-2-3-4-5-6", 0, QRNP_MSG_INVALID_LENGTH},  // six letters and digits
         // The control letter is checked only under a full validation, and never enters the mask.
         {L"12345678A", 0, 0, L"46488062W"},
-        {L"12345678A", 1, 4479},
+        {L"12345678A", 1, QRNP_MSG_ES_INVALID_SUFFIX},
         {L"12345678Z", 1, 0},
         {L"123456789", 0, 0},       // the mark: eight digits, then any character
-        {L"123456789", 1, 4479},
-        {L"1234567A", 1, 4479},
+        {L"123456789", 1, QRNP_MSG_ES_INVALID_SUFFIX},
+        {L"1234567A", 1, QRNP_MSG_ES_INVALID_SUFFIX},
         {L"1234567L", 1, 0},
-        {L"1234567-A", 1, 4479},
-        {L"X1234567A", 1, 4479},
+        {L"1234567-A", 1, QRNP_MSG_ES_INVALID_SUFFIX},
+        {L"X1234567A", 1, QRNP_MSG_ES_INVALID_SUFFIX},
         {L"X1234567L", 1, 0},
-        {L"X 1234567 A", 1, 4479},
+        {L"X 1234567 A", 1, QRNP_MSG_ES_INVALID_SUFFIX},
         {L"X 1234567 L", 1, 0},
-        {L"1234567l", 1, 4479},     // the letter is a capital
+        {L"1234567l", 1, QRNP_MSG_ES_INVALID_SUFFIX},     // the letter is a capital
     });
 }
 
 TEST(SpainDriverTest, SeparatorOptions) {
-    struct Case {
-        uint32_t iOption;
-        const wchar_t* pSource;
-        const wchar_t* pMasked;
-    };
-    const Case cases[] = {
+    testsupport::ExpectSeparators(Spanish(), QRNP_OPR_ES_SEPARATOR, {
         {2, L"X-1234567-L", L"X-2044628-C"}, {2, L"1234567L", L"2044628C"},
         {1, L"X-1234567-L", L"X2044628C"},   {1, L"1234567 L", L"2044628C"},
         {8, L"1234567L", L"2044628-C"},      {8, L"X 1234567 L", L"X-2044628-C"},
         {8, L"12345678Z", L"46488062-W"},    {16, L"X1234567L", L"X 2044628 C"},
         {16, L"1234567-L", L"2044628 C"},
-    };
-    for (const Case& c : cases) {
-        const auto result = RunRows(Spanish(0, c.iOption), {std::wstring(c.pSource)});
-        EXPECT_EQ(result.rows[0].output, std::wstring(c.pMasked)) << c.iOption << " " << Narrow(c.pSource);
-    }
+    });
     testsupport::ExpectInits(Spanish(), {
-        {{{QRNP_OPR_ES_SEPARATOR, 3}}, VARCHAR, {4360, 4478, 4353},
+        {{{QRNP_OPR_ES_SEPARATOR, 3}}, VARCHAR, {QRNP_MSG_INVALID_SEPARATOR_OPTION, QRNP_MSG_ES_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED},
          {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
-        {{{QRNP_OPR_ES_SEPARATOR, 4}}, VARCHAR, {4360, 4478, 4353}},
-        {{{QRNP_OPR_ES_SEPARATOR, 0xFFFF}}, VARCHAR, {4360, 4478, 4353}},
+        {{{QRNP_OPR_ES_SEPARATOR, 4}}, VARCHAR, {QRNP_MSG_INVALID_SEPARATOR_OPTION, QRNP_MSG_ES_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}},
+        {{{QRNP_OPR_ES_SEPARATOR, 0xFFFF}}, VARCHAR, {QRNP_MSG_INVALID_SEPARATOR_OPTION, QRNP_MSG_ES_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}},
     });
 }
 
 TEST(SpainDriverTest, MessagesAndPassThrough) {
     testsupport::ExpectMessages(Spanish(), {
-        {L"1234567", 0, 4405,
+        {L"1234567", 0, QRNP_MSG_INVALID_LENGTH,
          {{QRNP_TOKID_SRCDATA, L"1234567"}, {QRNP_TOKID_SRCLEN, L"7"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
-        {L"X-1234567 L", 0, 4406, {{QRNP_TOKID_SRCDATA, L"X-1234567 L"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
-        {L"12345678-Z", 0, 4407, {{QRNP_TOKID_SRCDATA, L"12345678-Z"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
-        {L"12345678A", 1, 4479, {{QRNP_TOKID_SRCDATA, L"12345678A"}}},
+        {L"X-1234567 L", 0, QRNP_MSG_INVALID_SEPARATOR, {{QRNP_TOKID_SRCDATA, L"X-1234567 L"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
+        {L"12345678-Z", 0, QRNP_MSG_INVALID_SOURCE_DATA, {{QRNP_TOKID_SRCDATA, L"12345678-Z"}, {QRNP_TOKID_COUNTRY, L"Spain"}}},
+        {L"12345678A", 1, QRNP_MSG_ES_INVALID_SUFFIX, {{QRNP_TOKID_SRCDATA, L"12345678A"}}},
     });
     testsupport::ExpectPassedThroughOnlyWhenAsked(Spanish(QRNP_PROC_VALIDATE_FULLY),
                                                   {L"12345678A", L"X-1234567 L", L"12345678-Z", L"1234567"});
@@ -124,7 +115,7 @@ TEST(SpainDriverTest, FixedWidthPaddingHidesTheMark) {
             const auto result = RunRows(options, {L"12345678Z"});
             SCOPED_TRACE("type " + std::to_string(sType) + " width " + std::to_string(iWidth));
             if (bFixed && iWidth == 12) {
-                EXPECT_EQ(result.rows[0].iStatus, 4406);
+                EXPECT_EQ(result.rows[0].iStatus, QRNP_MSG_INVALID_SEPARATOR);
                 continue;
             }
             std::wstring expected = L"46488062W";
@@ -203,7 +194,7 @@ TEST(SpainDriverTest, UnconvertibleSourceFailsOnlyWhenMasked) {
         const auto messages = hostkit::ReadErrors(instance->ctrl.pEAB);
         if (sMethod == QRNP_METHOD_MASK) {
             EXPECT_EQ(iService, -2);
-            EXPECT_EQ(row.iStatus, 4404);
+            EXPECT_EQ(row.iStatus, QRNP_MSG_SOURCE_CONVERSION);
             ASSERT_EQ(messages.size(), 1u);
             EXPECT_EQ(testsupport::TokenText(messages[0], QRNP_TOKID_COUNTRY), L"Spain");
         } else {

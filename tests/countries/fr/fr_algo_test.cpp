@@ -15,10 +15,12 @@
 
 namespace {
 
-// The key computed independently: Corsica ("2A"/"2B", any case) keyed as "20".
-int KeyOf(std::wstring first13) {
-    if (first13[6] == L'A' || first13[6] == L'B' || first13[6] == L'a' || first13[6] == L'b') first13[6] = L'0';
-    return static_cast<int>(97 - std::stoull(first13) % 97);
+// The key of a 13-character number, as InseeKey (pinned by FrInseeKey.Values) gives it.
+int KeyOf(const std::wstring& first13) {
+    const bool bCorsica = first13[6] == L'A' || first13[6] == L'B';
+    int32_t iKey = -1;
+    EXPECT_EQ(InseeKey(first13.c_str(), bCorsica, &iKey), 0u);
+    return iKey;
 }
 
 std::wstring WithKey(const std::wstring& first13) {

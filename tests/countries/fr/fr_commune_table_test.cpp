@@ -1,5 +1,5 @@
-// The generated commune table: the rows whose shape is known, the invariants
-// bsearch and the commune walks rely on, and agreement with data/fr_communes.csv.
+// The generated commune table: the invariants bsearch and the commune walks
+// rely on, and agreement with data/fr_communes.csv.
 
 #include <gtest/gtest.h>
 
@@ -12,32 +12,6 @@
 #include "countries/fr/QRNPNidFrAlgo.h"
 
 namespace {
-
-struct RowFact {
-    int iRow;
-    int iHighest;
-    int iCount;
-    std::vector<int> first;     // leading entries of the unused list
-};
-
-TEST(FrCommuneTable, KnownRows) {
-    const RowFact facts[] = {
-        {0, 366, 127, {1, 4, 6, 8, 11}},    // 2B
-        {1, 457, 38, {3, 18, 20, 48}},
-        {18, 290, 1, {-1}},                 // no gaps
-        {20, 363, 233, {}},                 // 2A
-        {95, 690, 2, {25, 65}},
-        {96, -1, 1, {-2}},                  // no communes
-        {97, 424, 306, {}},                 // 971-974
-    };
-    for (const RowFact& f : facts) {
-        SCOPED_TRACE(f.iRow);
-        const DeptRow& row = deptTable[f.iRow];
-        EXPECT_EQ(row.sHighest, f.iHighest);
-        ASSERT_EQ(row.sUnusedCount, f.iCount);
-        for (size_t i = 0; i < f.first.size(); ++i) EXPECT_EQ(row.pUnused[i], f.first[i]);
-    }
-}
 
 TEST(FrCommuneTable, ListsAreSortedAndEveryDepartmentHasACommune) {
     int iTotal = 0;

@@ -33,39 +33,39 @@ TEST(UkDriverTest, FormsAndChecks) {
         {L"AB-12-34-56", 0, 0, L"AB-89-79-52"},     // 11, separators at 2, 5 and 8
         {L"AB.12.34.56.C", 0, 0, L"AB.89.79.52.C"},
         {L"AB 12 34 56 C", 0, 0, L"AB 89 79 52 C"},
-        {L"AB12345", 0, 4405},
-        {L"AB123456CD", 0, 4405},                   // 10 characters
-        {L"AB-1234567", 0, 4405},
-        {L"AB-12-34-56-", 0, 4405},                 // 12 characters
-        {L"AB--12-34-56-C", 0, 4405},               // 14 characters
-        {L"AB--123456", 0, 4405},
-        {L"AB-1-2-3-4-5-6", 0, 4405},               // 8 letters and digits, but 14 characters
-        {L"AB-12-34-5-6C", 0, 4406},                // 13 characters, but no separator at 11
-        {L"AB 12-34-56-C", 0, 4406},                // mixed separators
-        {L"AB-12-34-56 C", 0, 4406},
-        {L"AB-123456.C", 0, 4406},
-        {L"AB/123456/C", 0, 4406},                  // "/" is no separator
-        {L"AB-1234-56C", 0, 4406},                  // 11 with separators at 2 and 7 only
-        {L"AB/123456", 0, 4531},                    // 9 without a separator at 2: compact with suffix
-        {L"DA123456C", 0, 4530},
-        {L"QQ-123456", 0, 4530},
-        {L"A1234567C", 0, 4530},
-        {L"AB12345XC", 0, 4531},
-        {L"AB-12-3X-56", 0, 4531},
-        {L"AB1234567", 0, 4532},
-        {L"AB123456E", 0, 4532},
-        {L"AB-123456-e", 0, 4532},
+        {L"AB12345", 0, QRNP_MSG_INVALID_LENGTH},
+        {L"AB123456CD", 0, QRNP_MSG_INVALID_LENGTH},                   // 10 characters
+        {L"AB-1234567", 0, QRNP_MSG_INVALID_LENGTH},
+        {L"AB-12-34-56-", 0, QRNP_MSG_INVALID_LENGTH},                 // 12 characters
+        {L"AB--12-34-56-C", 0, QRNP_MSG_INVALID_LENGTH},               // 14 characters
+        {L"AB--123456", 0, QRNP_MSG_INVALID_LENGTH},
+        {L"AB-1-2-3-4-5-6", 0, QRNP_MSG_INVALID_LENGTH},               // 8 letters and digits, but 14 characters
+        {L"AB-12-34-5-6C", 0, QRNP_MSG_INVALID_SEPARATOR},                // 13 characters, but no separator at 11
+        {L"AB 12-34-56-C", 0, QRNP_MSG_INVALID_SEPARATOR},                // mixed separators
+        {L"AB-12-34-56 C", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"AB-123456.C", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"AB/123456/C", 0, QRNP_MSG_INVALID_SEPARATOR},                  // "/" is no separator
+        {L"AB-1234-56C", 0, QRNP_MSG_INVALID_SEPARATOR},                  // 11 with separators at 2 and 7 only
+        {L"AB/123456", 0, QRNP_MSG_UK_INVALID_NUMBER},                    // 9 without a separator at 2: compact with suffix
+        {L"DA123456C", 0, QRNP_MSG_UK_INVALID_PREFIX},
+        {L"QQ-123456", 0, QRNP_MSG_UK_INVALID_PREFIX},
+        {L"A1234567C", 0, QRNP_MSG_UK_INVALID_PREFIX},
+        {L"AB12345XC", 0, QRNP_MSG_UK_INVALID_NUMBER},
+        {L"AB-12-3X-56", 0, QRNP_MSG_UK_INVALID_NUMBER},
+        {L"AB1234567", 0, QRNP_MSG_UK_INVALID_SUFFIX},
+        {L"AB123456E", 0, QRNP_MSG_UK_INVALID_SUFFIX},
+        {L"AB-123456-e", 0, QRNP_MSG_UK_INVALID_SUFFIX},
     });
 }
 
 TEST(UkDriverTest, MessagesAndPassThrough) {
     testsupport::ExpectMessages(British(), {
-        {L"AB12345", 0, 4405, {{QRNP_TOKID_SRCDATA, L"AB12345"}, {QRNP_TOKID_SRCLEN, L"7"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
-        {L"AB 12-34-56-C", 0, 4406, {{QRNP_TOKID_SRCDATA, L"AB 12-34-56-C"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        {L"AB12345", 0, QRNP_MSG_INVALID_LENGTH, {{QRNP_TOKID_SRCDATA, L"AB12345"}, {QRNP_TOKID_SRCLEN, L"7"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        {L"AB 12-34-56-C", 0, QRNP_MSG_INVALID_SEPARATOR, {{QRNP_TOKID_SRCDATA, L"AB 12-34-56-C"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
         // The field checks carry the compact value alone.
-        {L"DA-123456-C", 0, 4530, {{QRNP_TOKID_SRCDATA, L"DA123456C"}}},
-        {L"AB-12-3X-56-C", 0, 4531, {{QRNP_TOKID_SRCDATA, L"AB123X56C"}}},
-        {L"AB 123456 E", 0, 4532, {{QRNP_TOKID_SRCDATA, L"AB123456E"}}},
+        {L"DA-123456-C", 0, QRNP_MSG_UK_INVALID_PREFIX, {{QRNP_TOKID_SRCDATA, L"DA123456C"}}},
+        {L"AB-12-3X-56-C", 0, QRNP_MSG_UK_INVALID_NUMBER, {{QRNP_TOKID_SRCDATA, L"AB123X56C"}}},
+        {L"AB 123456 E", 0, QRNP_MSG_UK_INVALID_SUFFIX, {{QRNP_TOKID_SRCDATA, L"AB123456E"}}},
     });
     testsupport::ExpectPassedThroughOnlyWhenAsked(
         British(), {L"AB123456E", L"DA123456", L"AB-12-3X-56", L"AB 12-34-56-C", L"AB12345"});
@@ -107,16 +107,16 @@ TEST(UkDriverTest, ConfiguredFormsAndPrefix) {
 TEST(UkDriverTest, SetUpOptions) {
     constexpr uint16_t kRandom = QRNP_METHOD_RANDOM;
     testsupport::ExpectInits(British(), {
-        {{{QRNP_OPR_UK_SEPARATOR, 32}}, VARCHAR, {4360, 4528, 4353}, {{QRNP_TOKID_SEP, L"32"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
-        {{{QRNP_OPR_UK_SEPARATOR, 0xFFFF}}, VARCHAR, {4360, 4528, 4353}},
-        {{{QRNP_OPR_UK_DATA, 2}}, VARCHAR, {4362, 4528, 4353}},
-        {{{QRNP_OPR_UK_SEPARATOR, 16}, {QRNP_OPR_UK_FORM, 4}}, VARCHAR, {4529, 4528, 4353},
+        {{{QRNP_OPR_UK_SEPARATOR, 32}}, VARCHAR, {QRNP_MSG_INVALID_SEPARATOR_OPTION, QRNP_MSG_UK_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}, {{QRNP_TOKID_SEP, L"32"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        {{{QRNP_OPR_UK_SEPARATOR, 0xFFFF}}, VARCHAR, {QRNP_MSG_INVALID_SEPARATOR_OPTION, QRNP_MSG_UK_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}},
+        {{{QRNP_OPR_UK_DATA, 2}}, VARCHAR, {QRNP_MSG_INVALID_PARTS_OPTION, QRNP_MSG_UK_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}},
+        {{{QRNP_OPR_UK_SEPARATOR, 16}, {QRNP_OPR_UK_FORM, 4}}, VARCHAR, {QRNP_MSG_UK_INVALID_FLAGS, QRNP_MSG_UK_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED},
          {{QRNP_TOKID_FLAG, L"QRNP_FLAG_UK_FORM_3_PART"}, {QRNP_TOKID_FLAG, L"QRNP_FLAG_UK_FORM_5_PART"}}},
-        {{{QRNP_OPR_UK_FORM, 8}}, VARCHAR, {4534, 4528, 4353}},
-        {{{QRNP_OPR_UK_FORM, 5}}, VARCHAR, {4534, 4528, 4353}, {}, kRandom},
+        {{{QRNP_OPR_UK_FORM, 8}}, VARCHAR, {QRNP_MSG_UK_METHOD_FORM_MISMATCH, QRNP_MSG_UK_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}},
+        {{{QRNP_OPR_UK_FORM, 5}}, VARCHAR, {QRNP_MSG_UK_METHOD_FORM_MISMATCH, QRNP_MSG_UK_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}, {}, kRandom},
         // The mismatch is found before the column and the other options.
-        {{{QRNP_OPR_UK_FORM, 4}, {QRNP_OPR_UK_SEPARATOR, 32}}, INTEGER, {4534, 4528, 4353}, {}, kRandom},
-        {{}, INTEGER, {4354, 4528, 4353}, {{QRNP_TOKID_SRC_DATATYPE, L"9"}, {QRNP_TOKID_COLNAME, L"NID"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
+        {{{QRNP_OPR_UK_FORM, 4}, {QRNP_OPR_UK_SEPARATOR, 32}}, INTEGER, {QRNP_MSG_UK_METHOD_FORM_MISMATCH, QRNP_MSG_UK_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}, {}, kRandom},
+        {{}, INTEGER, {QRNP_MSG_DATATYPE_NOT_SUPPORTED, QRNP_MSG_UK_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}, {{QRNP_TOKID_SRC_DATATYPE, L"9"}, {QRNP_TOKID_COLNAME, L"NID"}, {QRNP_TOKID_COUNTRY, L"UK"}}},
         // Both permissions, or a method given by the flags themselves, are fine.
         {{{QRNP_OPR_UK_FORM, 12}}, VARCHAR, {}},
         {{{QRNP_OPR_UK_FORM, 12}}, VARCHAR, {}, {}, kRandom},

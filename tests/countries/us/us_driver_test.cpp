@@ -33,37 +33,37 @@ TEST(UnitedStatesDriverTest, LayoutsAndChecks) {
         {L"123.45.6789", 0, 0, L"123.47.3517"},
         {L"123456789", 0, 0, L"123473517"},
         {L"  123-45-6789 ", 0, 0, L"123-47-3517"},
-        {L"123-456-789", 0, 4406},
-        {L"123-45.6789", 0, 4406},
-        {L"123/45/6789", 0, 4406},
-        {L"123456-789", 0, 4406},     // ten characters can never hold both separators
-        {L"12345678", 0, 4405},
-        {L"1234567890", 0, 4405},
-        {L"123-45-678", 0, 4405},
-        {L"12a456789", 0, 4405},
-        {L"123-45-67890", 0, 4405},
+        {L"123-456-789", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"123-45.6789", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"123/45/6789", 0, QRNP_MSG_INVALID_SEPARATOR},
+        {L"123456-789", 0, QRNP_MSG_INVALID_SEPARATOR},     // ten characters can never hold both separators
+        {L"12345678", 0, QRNP_MSG_INVALID_LENGTH},
+        {L"1234567890", 0, QRNP_MSG_INVALID_LENGTH},
+        {L"123-45-678", 0, QRNP_MSG_INVALID_LENGTH},
+        {L"12a456789", 0, QRNP_MSG_INVALID_LENGTH},
+        {L"123-45-67890", 0, QRNP_MSG_INVALID_LENGTH},
         // Area checks run whether or not validation is asked for.
-        {L"000-12-3456", 0, 4554},
-        {L"900-12-3456", 0, 4554},
-        {L"666-12-3456", 0, 4555},
+        {L"000-12-3456", 0, QRNP_MSG_US_INVALID_AREA},
+        {L"900-12-3456", 0, QRNP_MSG_US_INVALID_AREA},
+        {L"666-12-3456", 0, QRNP_MSG_US_AREA_NOT_IN_USE},
         // Group and serial checks only when validating.
         {L"123-00-6789", 0, 0, L"123-01-3517"},
-        {L"123-00-6789", 1, 4556},
-        {L"123-45-0000", 1, 4557},
+        {L"123-00-6789", 1, QRNP_MSG_US_INVALID_GROUP},
+        {L"123-45-0000", 1, QRNP_MSG_US_INVALID_SERIAL},
         {L"078-05-1120", 0, 0},
-        {L"078-05-1120", 1, 4557},
-        {L"457-55-5462", 1, 4557},
+        {L"078-05-1120", 1, QRNP_MSG_US_INVALID_SERIAL},
+        {L"457-55-5462", 1, QRNP_MSG_US_INVALID_SERIAL},
         {L"123-45-6789", 1, 0, L"123-47-3517"},
     });
 }
 
 TEST(UnitedStatesDriverTest, MessagesAndPassThrough) {
     testsupport::ExpectMessages(UnitedStates(), {
-        {L"123-45-678", 0, 4405,
+        {L"123-45-678", 0, QRNP_MSG_INVALID_LENGTH,
          {{QRNP_TOKID_SRCDATA, L"123-45-678"}, {QRNP_TOKID_SRCLEN, L"10"}, {QRNP_TOKID_COUNTRY, L"US"}}},
-        {L"123-456-789", 0, 4406, {{QRNP_TOKID_SRCDATA, L"123-456-789"}, {QRNP_TOKID_COUNTRY, L"US"}}},
+        {L"123-456-789", 0, QRNP_MSG_INVALID_SEPARATOR, {{QRNP_TOKID_SRCDATA, L"123-456-789"}, {QRNP_TOKID_COUNTRY, L"US"}}},
         // A refused number is reported with the source as an integer only.
-        {L"078-05-1120", 1, 4557, {{QRNP_TOKID_SRCDATA, L"78051120"}}},
+        {L"078-05-1120", 1, QRNP_MSG_US_INVALID_SERIAL, {{QRNP_TOKID_SRCDATA, L"78051120"}}},
     });
     testsupport::ExpectPassedThroughOnlyWhenAsked(
         UnitedStates(QRNP_PROC_VALIDATE_FULLY),
@@ -71,37 +71,27 @@ TEST(UnitedStatesDriverTest, MessagesAndPassThrough) {
 }
 
 TEST(UnitedStatesDriverTest, SeparatorOptions) {
-    struct Case {
-        uint32_t iOption;
-        const wchar_t* pSource;
-        const wchar_t* pOutput;
-    };
-    const Case cases[] = {
+    testsupport::ExpectSeparators(UnitedStates(), QRNP_OPR_US_SEPARATOR, {
         {0, L"123.45.6789", L"123.47.3517"}, {2, L"123456789", L"123473517"},
         {1, L"123-45-6789", L"123473517"},   {4, L"123456789", L"123.47.3517"},
         {8, L"123 45 6789", L"123-47-3517"}, {16, L"123-45-6789", L"123 47 3517"},
-    };
-    for (const Case& c : cases) {
-        const auto result = RunRows(UnitedStates(0, {{QRNP_OPR_US_SEPARATOR, c.iOption}}), {std::wstring(c.pSource)});
-        ASSERT_EQ(result.iInit, 0) << c.iOption;
-        EXPECT_EQ(result.rows[0].output, c.pOutput) << c.iOption;
-    }
+    });
     // Flags-option bits other than 1, 2 and 4 mean nothing.
     EXPECT_EQ(RunRows(UnitedStates(0, {{QRNP_OPR_US_FLAGS, 8}}), {L"123-45-6789"}).rows[0].output, L"123-47-3517");
 }
 
 TEST(UnitedStatesDriverTest, InvalidSetUpFailsInit) {
     testsupport::ExpectInits(UnitedStates(), {
-        {{{QRNP_OPR_US_FLAGS, 6}}, VARCHAR, {4558, 4553, 4353}, {{QRNP_TOKID_FLAG, L"6"}}},
-        {{{QRNP_OPR_US_SEPARATOR, 3}}, VARCHAR, {4360, 4553, 4353}, {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"US"}}},
-        {{}, ODBC_DATE, {4354, 4553, 4353},
+        {{{QRNP_OPR_US_FLAGS, 6}}, VARCHAR, {QRNP_MSG_US_INVALID_FLAGS, QRNP_MSG_US_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}, {{QRNP_TOKID_FLAG, L"6"}}},
+        {{{QRNP_OPR_US_SEPARATOR, 3}}, VARCHAR, {QRNP_MSG_INVALID_SEPARATOR_OPTION, QRNP_MSG_US_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}, {{QRNP_TOKID_SEP, L"3"}, {QRNP_TOKID_COUNTRY, L"US"}}},
+        {{}, ODBC_DATE, {QRNP_MSG_DATATYPE_NOT_SUPPORTED, QRNP_MSG_US_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED},
          {{QRNP_TOKID_SRC_DATATYPE, L"14"}, {QRNP_TOKID_COLNAME, L"NID"}, {QRNP_TOKID_COUNTRY, L"US"}}},
-        {{}, LONG_LONG, {4354, 4553, 4353}},
+        {{}, LONG_LONG, {QRNP_MSG_DATATYPE_NOT_SUPPORTED, QRNP_MSG_US_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}},
     });
     InstanceOptions options = UnitedStates();
     options.bNoConversionBlock = true;
     const auto result = RunRows(options, {L"123-45-6789"});
-    EXPECT_EQ(testsupport::MessageNumbers(result), (std::vector<uint32_t>{26, 4553, 4353}));
+    EXPECT_EQ(testsupport::MessageNumbers(result), (std::vector<uint32_t>{QRNP_MSG_NO_CONVERSION_BLOCK, QRNP_MSG_US_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}));
     EXPECT_EQ(result.messages[0].sDeclaredTokens, 0);
 }
 
@@ -117,14 +107,14 @@ TEST(UnitedStatesDriverTest, NumericColumns) {
         ASSERT_EQ(result.iInit, 0) << sType;
         EXPECT_EQ(result.rows[0].output, L"46437623") << sType;
         EXPECT_EQ(result.rows[1].output, L"123473517") << sType;
-        EXPECT_EQ(result.rows[2].iStatus, 75) << "a numeric zero is an empty value";
+        EXPECT_EQ(result.rows[2].iStatus, QRNP_MSG_EMPTY_NUMERIC_VALUE) << "a numeric zero is an empty value";
         EXPECT_FALSE(result.rows[2].bRejected);
     }
 
     InstanceOptions options = UnitedStates();
     options.sDataType = ORA_VARNUM;
     const auto varnum = RunRows(options, {L"46454286", L"123456789"});
-    EXPECT_EQ(varnum.rows[0].iStatus, 4405);
+    EXPECT_EQ(varnum.rows[0].iStatus, QRNP_MSG_INVALID_LENGTH);
     EXPECT_EQ(varnum.rows[1].output, L"123473517");
 
     // Every packed-decimal column is accepted, whatever its precision.

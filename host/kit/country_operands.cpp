@@ -4,7 +4,9 @@
 #include <cctype>
 #include <cstdio>
 
-namespace nidmask {
+#include <qrnp/qrnp.h>
+
+namespace hostkit {
 
 namespace {
 
@@ -23,12 +25,13 @@ struct CountryKeys {
 };
 
 constexpr CountryKeys kCountries[] = {
-    {"FR", 0x1801, {{"sex", 1}, {"year", 2}, {"month", 4}, {"dept", 8}, {"commune", 16}}, 0x1807, 0, 0},
-    {"IT", 0x1803, {{"names", 1}, {"date", 2}, {"region", 4}}, 0x1809, 0, 0},
-    {"UK", 0x1804, {{"prefix", 1}}, 0x180A, 0x180D, 0},
-    {"ES", 0, {}, 0x1808, 0, 0},
-    {"US", 0x180E, {{"area", 1}}, 0x180B, 0, 0x180E},
-    {"CA", 0x1806, {{"head", 1}}, 0x180C, 0, 0},
+    {"FR", QRNP_OPR_FR_PARTS, {{"sex", 1}, {"year", 2}, {"month", 4}, {"dept", 8}, {"commune", 16}},
+     QRNP_OPR_FR_SEPARATOR, 0, 0},
+    {"IT", QRNP_OPR_IT_FLAGS, {{"names", 1}, {"date", 2}, {"region", 4}}, QRNP_OPR_IT_SEPARATOR, 0, 0},
+    {"UK", QRNP_OPR_UK_DATA, {{"prefix", 1}}, QRNP_OPR_UK_SEPARATOR, QRNP_OPR_UK_FORM, 0},
+    {"ES", 0, {}, QRNP_OPR_ES_SEPARATOR, 0, 0},
+    {"US", QRNP_OPR_US_FLAGS, {{"area", 1}}, QRNP_OPR_US_SEPARATOR, 0, QRNP_OPR_US_FLAGS},
+    {"CA", QRNP_OPR_CA_PARTS, {{"head", 1}}, QRNP_OPR_CA_SEPARATOR, 0, 0},
 };
 
 constexpr std::pair<const char*, uint32_t> kSeparators[] = {
@@ -76,7 +79,7 @@ bool PartsValue(const CountryKeys& country, const std::string& list, uint32_t* p
             }
         }
         if (!bFound) {
-            *pError = "--parts: '" + name + "' is not a part of a " + country.pCode + " identifier (parts: " +
+            *pError = "parts: '" + name + "' is not a part of a " + country.pCode + " identifier (parts: " +
                       PartNames(country) + ")";
             return false;
         }
@@ -103,7 +106,7 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
     const std::string code = SwitchCountry(countrySwitch);
     const CountryKeys* pCountry = FindCountry(code);
     if (pCountry == nullptr) {
-        *pError = "--parts, --separator, --form and --area-table need a --country of FR, IT, UK, ES, US or CA (got '" +
+        *pError = "parts, separator, form and area table need a country of FR, IT, UK, ES, US or CA (got '" +
                   countrySwitch + "')";
         return false;
     }
@@ -112,7 +115,7 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
 
     if (!settings.parts.empty()) {
         if (pCountry->sPartsKey == 0) {
-            *pError = std::string("--parts: ") + pCountry->pCode + " has no parts to choose";
+            *pError = std::string("parts: ") + pCountry->pCode + " has no parts to choose";
             return false;
         }
         uint32_t value = 0;
@@ -128,24 +131,24 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
             }
         }
         if (!bFound) {
-            *pError = "--separator: '" + settings.separator + "' is none of keep, none, dot, dash, space";
+            *pError = "separator: '" + settings.separator + "' is none of keep, none, dot, dash, space";
             return false;
         }
     }
     if (!settings.form.empty()) {
         if (pCountry->sFormKey == 0) {
-            *pError = std::string("--form applies to UK identifiers only, not ") + pCountry->pCode;
+            *pError = std::string("form applies to UK identifiers only, not ") + pCountry->pCode;
             return false;
         }
         if (settings.form != "3" && settings.form != "5") {
-            *pError = "--form: '" + settings.form + "' is neither 3 nor 5";
+            *pError = "form: '" + settings.form + "' is neither 3 nor 5";
             return false;
         }
         Put(operands, iFirstNamed, pCountry->sFormKey, settings.form == "3" ? 1u : 2u);
     }
     if (!settings.areaTable.empty()) {
         if (pCountry->sAreaTableKey == 0) {
-            *pError = std::string("--area-table applies to US identifiers only, not ") + pCountry->pCode;
+            *pError = std::string("area table applies to US identifiers only, not ") + pCountry->pCode;
             return false;
         }
         uint32_t value = 0;
@@ -154,7 +157,7 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
         } else if (settings.areaTable == "2008") {
             value = 4;
         } else if (settings.areaTable != "2010") {
-            *pError = "--area-table: '" + settings.areaTable + "' is none of 2006, 2008, 2010";
+            *pError = "area table: '" + settings.areaTable + "' is none of 2006, 2008, 2010";
             return false;
         }
         Put(operands, iFirstNamed, pCountry->sAreaTableKey, value);
@@ -168,7 +171,7 @@ std::string NamedSettingsHelp() {
         std::snprintf(buffer, sizeof(buffer), "0x%04X", sKey);
         return std::string(buffer);
     };
-    std::string text = "Named settings by country (the operands they set):\n";
+    std::string text = "Engine level: the operands each masking setting sets, by country:\n";
     for (const CountryKeys& country : kCountries) {
         text += std::string("  ") + country.pCode + ":";
         if (country.sPartsKey != 0)
@@ -183,4 +186,4 @@ std::string NamedSettingsHelp() {
     return text;
 }
 
-}  // namespace nidmask
+}  // namespace hostkit

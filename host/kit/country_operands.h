@@ -1,18 +1,18 @@
-// The named provider settings (--parts, --separator, --form, --area-table)
-// and the operands each country reads them from.
-#ifndef NIDMASK_COUNTRY_OPERANDS_H
-#define NIDMASK_COUNTRY_OPERANDS_H
+// The named provider settings (parts, separator, form, area table) and the
+// operands each country reads them from.
+#ifndef QRNP_HOSTKIT_COUNTRY_OPERANDS_H
+#define QRNP_HOSTKIT_COUNTRY_OPERANDS_H
 
 #include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
 
-namespace nidmask {
+namespace hostkit {
 
 using Operand = std::pair<uint16_t, uint32_t>;  // key id, value
 
-// The settings as written on the command line; empty means not given.
+// The settings as a user writes them; empty means not given.
 struct NamedSettings {
     std::string parts;      // comma-separated part names
     std::string separator;  // keep, none, dot, dash, space
@@ -34,6 +34,6 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
 // Help text: what each setting means for each country.
 std::string NamedSettingsHelp();
 
-}  // namespace nidmask
+}  // namespace hostkit
 
 #endif

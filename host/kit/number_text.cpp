@@ -1,7 +1,7 @@
 // Decimal and 0x-hexadecimal numbers.
 #include "number_text.h"
 
-namespace nidmask {
+namespace hostkit {
 
 bool ParseUnsigned(const std::string& text, uint64_t iMax, uint64_t* pValue) {
     size_t i = 0;
@@ -31,4 +31,4 @@ bool ParseUnsigned(const std::string& text, uint64_t iMax, uint64_t* pValue) {
     return true;
 }
 
-}  // namespace nidmask
+}  // namespace hostkit

@@ -1,12 +1,12 @@
 // The column types nidmask can present to the provider: their names, and
 // what kind of values they hold.
-#ifndef NIDMASK_COLUMN_TYPES_H
-#define NIDMASK_COLUMN_TYPES_H
+#ifndef QRNP_HOSTKIT_COLUMN_TYPES_H
+#define QRNP_HOSTKIT_COLUMN_TYPES_H
 
 #include <cstdint>
 #include <string>
 
-namespace nidmask {
+namespace hostkit {
 
 // "CHAR", "varchar", ... or a decimal / 0x-hex number (passed unchecked).
 // False when the text is neither.
@@ -23,6 +23,6 @@ bool IsNumericType(int16_t sType);     // INTEGER, U_INTEGER, U_LONG_LONG, DECIM
 bool IsWideType(int16_t sType);        // WCHAR, WVARCHAR, WVARCHAR_SZ: UTF-8 in files
 bool IsFixedWidthType(int16_t sType);  // CHAR, WCHAR: blank padded to the column length
 
-}  // namespace nidmask
+}  // namespace hostkit
 
 #endif

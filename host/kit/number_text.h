@@ -1,16 +1,16 @@
 // Numbers written on the command line: decimal, or hexadecimal after "0x".
-#ifndef NIDMASK_NUMBER_TEXT_H
-#define NIDMASK_NUMBER_TEXT_H
+#ifndef QRNP_HOSTKIT_NUMBER_TEXT_H
+#define QRNP_HOSTKIT_NUMBER_TEXT_H
 
 #include <cstdint>
 #include <string>
 
-namespace nidmask {
+namespace hostkit {
 
 // Reads the whole of `text` as an unsigned number no greater than iMax.
 // False for empty text, any other character, or a value above iMax.
 bool ParseUnsigned(const std::string& text, uint64_t iMax, uint64_t* pValue);
 
-}  // namespace nidmask
+}  // namespace hostkit
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "number_text.h"
 
-namespace nidmask {
+namespace hostkit {
 
 namespace {
 
@@ -72,4 +72,4 @@ bool IsWideType(int16_t sType) { return sType == WCHAR || sType == WVARCHAR || s
 
 bool IsFixedWidthType(int16_t sType) { return sType == CHAR || sType == WCHAR; }
 
-}  // namespace nidmask
+}  // namespace hostkit

@@ -1,0 +1,70 @@
+// FF1 format-preserving encryption (NIST SP 800-38G) with AES from OpenSSL's
+// libcrypto, and a keyed permutation of the integers [0, N) built on it.
+//
+// FF1 here takes numeral strings whose halves fit 64 bits (radix^ceil(n/2)
+// below 2^64), which covers every integer domain up to 2^62; any radix 2 to
+// 65536 and any tweak length.
+#ifndef QRNP_COMMON_FF1_H
+#define QRNP_COMMON_FF1_H
+
+#include <cstddef>
+#include <cstdint>
+
+struct evp_cipher_ctx_st;
+
+// A prepared AES key: the key schedule set up once, ECB without padding, and
+// the MAC state of the last numeral shape and tweak used (the blocks that do
+// not change from one encryption to the next). One key serves one thread.
+struct Ff1Key {
+    evp_cipher_ctx_st* pCtx = nullptr;
+    struct Prefix {
+        uint32_t radix = 0, n = 0;
+        const uint8_t* pTweak = nullptr;
+        size_t iTweakBytes = 0;
+        uint8_t state[16] = {};   // after P and the tweak's full blocks
+        uint8_t last[16] = {};    // the last block's constant bytes
+        size_t iRest = 0;         // how many
+        uint64_t iShapeDomain = 0;  // the last domain DomainCrypt met, and its shape
+        uint32_t iShapeRadix = 0, iShapeLength = 0;
+    };
+    mutable Prefix prefix;
+};
+
+// Sets up an AES-128, -192 or -256 key (iKeyBytes 16, 24 or 32). False when
+// the size is none of those or libcrypto fails. The bytes are not kept.
+bool Ff1SetKey(Ff1Key* pKey, const uint8_t* pKeyBytes, size_t iKeyBytes);
+
+// Wipes and frees the key schedule (nothing happens for a key never set).
+void Ff1ClearKey(Ff1Key* pKey);
+
+// FF1 encryption (bDecrypt false) or decryption of the numerals pIn[0..n) in
+// `radix` under tweak pTweak[0..iTweakBytes) into pOut (may be pIn). False
+// when radix is outside 2..65536, n < 2, a numeral is not below the radix, or
+// radix^ceil(n/2) does not fit 64 bits. A tweak is recognised by its address
+// and length: change its bytes only at a new address.
+bool Ff1Crypt(const Ff1Key& key, bool bDecrypt, uint32_t radix, const uint16_t* pIn, uint32_t n,
+              const uint8_t* pTweak, size_t iTweakBytes, uint16_t* pOut);
+
+// A keyed permutation of [0, N): the number is written as FF1 numerals in
+// the radix and length DomainCipherShape gives and encrypted again until it
+// falls inside the domain (cycle-walking), and, when `allowed` is given,
+// until allowed(value) holds too, which makes it a permutation of the allowed
+// values of the domain.
+struct DomainCipher {
+    const Ff1Key* pKey;
+    const uint8_t* pTweak;
+    size_t iTweakBytes;
+};
+
+// The numeral shape of a domain of N values: the shortest length n >= 2 for
+// which a radix <= 65536 reaches max(N, 10^6), and the smallest such radix.
+// This choice is part of every ciphertext: it never changes.
+void DomainCipherShape(uint64_t N, uint32_t* pRadix, uint32_t* pLength);
+
+// Encrypts (bDecrypt false) or decrypts x (below N, allowed) into *pY. False
+// when N is 0 or above 2^62, x is outside the domain, or libcrypto fails.
+using DomainFilter = bool (*)(uint64_t iValue, const void* pContext);
+bool DomainCrypt(const DomainCipher& cipher, bool bDecrypt, uint64_t N, uint64_t x, uint64_t* pY,
+                 DomainFilter allowed = nullptr, const void* pContext = nullptr);
+
+#endif

@@ -1,0 +1,135 @@
+// FF1 against NIST's published samples, and the domain cipher's permutation.
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "common/ff1.h"
+
+namespace {
+
+std::vector<uint8_t> Hex(const std::string& hex) {
+    std::vector<uint8_t> bytes;
+    for (size_t i = 0; i + 1 < hex.size(); i += 2) bytes.push_back(static_cast<uint8_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+    return bytes;
+}
+
+std::vector<uint16_t> Numerals(const std::string& text) {
+    std::vector<uint16_t> n;
+    for (const char c : text) n.push_back(static_cast<uint16_t>(c <= '9' ? c - '0' : c - 'a' + 10));
+    return n;
+}
+
+// The nine samples of data/ff1/nist_ff1_samples.csv.
+struct Sample {
+    const char* pKey;
+    uint32_t radix;
+    const char* pTweak;
+    const char* pPlain;
+    const char* pCipher;
+};
+const char* const k128 = "2B7E151628AED2A6ABF7158809CF4F3C";
+const char* const k192 = "2B7E151628AED2A6ABF7158809CF4F3CEF4359D8D580AA4F";
+const char* const k256 = "2B7E151628AED2A6ABF7158809CF4F3CEF4359D8D580AA4F7F036D6F04FC6A94";
+const char* const kT10 = "39383736353433323130";
+const char* const kT11 = "3737373770717273373737";
+const Sample kSamples[] = {
+    {k128, 10, "", "0123456789", "2433477484"},
+    {k128, 10, kT10, "0123456789", "6124200773"},
+    {k128, 36, kT11, "0123456789abcdefghi", "a9tv40mll9kdu509eum"},
+    {k192, 10, "", "0123456789", "2830668132"},
+    {k192, 10, kT10, "0123456789", "2496655549"},
+    {k192, 36, kT11, "0123456789abcdefghi", "xbj3kv35jrawxv32ysr"},
+    {k256, 10, "", "0123456789", "6657667009"},
+    {k256, 10, kT10, "0123456789", "1001623463"},
+    {k256, 36, kT11, "0123456789abcdefghi", "xs8a0azh2avyalyzuwd"},
+};
+
+TEST(Ff1, NistSamplesBothWays) {
+    for (const Sample& s : kSamples) {
+        SCOPED_TRACE(std::string(s.pKey) + " " + s.pTweak);
+        Ff1Key key;
+        const std::vector<uint8_t> keyBytes = Hex(s.pKey), tweak = Hex(s.pTweak);
+        ASSERT_TRUE(Ff1SetKey(&key, keyBytes.data(), keyBytes.size()));
+        const std::vector<uint16_t> plain = Numerals(s.pPlain), cipher = Numerals(s.pCipher);
+        std::vector<uint16_t> out(plain.size());
+        ASSERT_TRUE(Ff1Crypt(key, false, s.radix, plain.data(), static_cast<uint32_t>(plain.size()), tweak.data(),
+                             tweak.size(), out.data()));
+        EXPECT_EQ(out, cipher);
+        ASSERT_TRUE(Ff1Crypt(key, true, s.radix, cipher.data(), static_cast<uint32_t>(cipher.size()), tweak.data(),
+                             tweak.size(), out.data()));
+        EXPECT_EQ(out, plain);
+        Ff1ClearKey(&key);
+    }
+}
+
+TEST(Ff1, RefusesWhatItCannotEncrypt) {
+    Ff1Key key;
+    EXPECT_FALSE(Ff1SetKey(&key, Hex(k128).data(), 15));
+    ASSERT_TRUE(Ff1SetKey(&key, Hex(k128).data(), 16));
+    uint16_t in[3] = {1, 2, 3}, out[3];
+    EXPECT_FALSE(Ff1Crypt(key, false, 10, in, 1, nullptr, 0, out));      // too short
+    EXPECT_FALSE(Ff1Crypt(key, false, 3, in, 3, nullptr, 0, out));       // a numeral not below the radix
+    EXPECT_FALSE(Ff1Crypt(key, false, 70000, in, 3, nullptr, 0, out));   // radix above 65536
+    Ff1ClearKey(&key);
+}
+
+TEST(DomainCipher, ShapeIsJustAboveTheDomain) {
+    struct Case {
+        uint64_t N;
+        uint32_t radix, length;
+    };
+    const Case cases[] = {{1, 1000, 2}, {989901, 1000, 2}, {1000001, 1001, 2}, {4294967296, 65536, 2},
+                          {4294967297, 1626, 3}};
+    for (const Case& c : cases) {
+        uint32_t radix = 0, length = 0;
+        DomainCipherShape(c.N, &radix, &length);
+        EXPECT_EQ(radix, c.radix) << c.N;
+        EXPECT_EQ(length, c.length) << c.N;
+    }
+}
+
+// Every value of small domains comes out once and decrypts back; in a large
+// one, distinct values stay distinct and other keys and tweaks give other
+// results.
+TEST(DomainCipher, PermutesTheDomain) {
+    Ff1Key key, other;
+    const std::vector<uint8_t> k1 = Hex(k256), k2 = Hex(k128);
+    ASSERT_TRUE(Ff1SetKey(&key, k1.data(), k1.size()));
+    ASSERT_TRUE(Ff1SetKey(&other, k2.data(), k2.size()));
+    const uint8_t tweak[16] = {1, 2, 3};
+    const DomainCipher cipher{&key, tweak, sizeof tweak};
+    for (const uint64_t N : {uint64_t{1000}}) {
+        std::vector<uint8_t> seen(N, 0);
+        for (uint64_t x = 0; x < N; ++x) {
+            uint64_t y = 0, back = 0;
+            ASSERT_TRUE(DomainCrypt(cipher, false, N, x, &y));
+            ASSERT_LT(y, N);
+            ASSERT_EQ(seen[y], 0) << N << ": " << x;
+            seen[y] = 1;
+            ASSERT_TRUE(DomainCrypt(cipher, true, N, y, &back));
+            ASSERT_EQ(back, x);
+        }
+    }
+    const uint64_t N = 1000000007;
+    const DomainCipher otherKey{&other, tweak, sizeof tweak}, otherTweak{&key, nullptr, 0};
+    std::set<uint64_t> outputs;
+    size_t iSame = 0;
+    for (uint64_t x = 0; x < 20000; ++x) {
+        uint64_t y = 0, back = 0, z = 0, w = 0;
+        ASSERT_TRUE(DomainCrypt(cipher, false, N, x * 49999, &y));
+        ASSERT_TRUE(DomainCrypt(cipher, true, N, y, &back));
+        ASSERT_EQ(back, x * 49999);
+        outputs.insert(y);
+        DomainCrypt(otherKey, false, N, x * 49999, &z);
+        DomainCrypt(otherTweak, false, N, x * 49999, &w);
+        iSame += (y == x * 49999) + (z == y) + (w == y);
+    }
+    EXPECT_EQ(outputs.size(), 20000u);
+    EXPECT_LT(iSame, 3u);
+    Ff1ClearKey(&key);
+    Ff1ClearKey(&other);
+}
+
+}  // namespace

@@ -1,0 +1,85 @@
+// Lines in, lines out.
+#include "lines_format.h"
+
+#include "host_messages.h"
+
+namespace nidmask {
+
+LineSource::LineSource(InputFile& input, std::optional<uint64_t> count, Encoding encoding, std::string nullText)
+    : input_(input), reader_(input), count_(count), encoding_(encoding), nullText_(std::move(nullText)) {}
+
+bool LineSource::MoreLeft() {
+    if (count_) return iMade_ < *count_;
+    if (bPending_) return true;
+    std::string error;
+    bPending_ = reader_.Next(&pending_, &error);
+    return bPending_;
+}
+
+bool LineSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
+    std::vector<hostkit::CellValue>& values = pBatch->cells[0];
+    std::vector<uint32_t>& refused = pBatch->refused[0];
+    size_t n = 0;
+    std::string_view line;
+    while (n < iMax) {
+        hostkit::CellValue& value = values[n];
+        if (count_) {
+            if (iMade_ >= *count_) break;
+            value.bNull = true;
+            value.text.clear();
+        } else {
+            if (bPending_) {
+                line = pending_;
+                bPending_ = false;
+            } else if (!reader_.Next(&line, pError)) {
+                if (!pError->empty()) return false;
+                break;
+            }
+            value.bNull = line == nullText_;
+            value.text.clear();
+            if (!value.bNull && !DecodeText(line, encoding_, &value.text)) {
+                value.text.clear();
+                refused[n] = RefusedValue(kHostMsgInvalidUtf8);
+            }
+        }
+        ++iMade_;
+        ++n;
+    }
+    pBatch->n = n;
+    return true;
+}
+
+LineSink::LineSink(OutputFile& output, Encoding encoding, std::string nullText, const InputFile& input)
+    : output_(output), encoding_(encoding), nullText_(std::move(nullText)), input_(input) {}
+
+bool LineSink::Write(const RecordBatch& batch, const std::vector<ServedColumn>& columns, std::string* pError) {
+    std::string& out = output_.Buffer();
+    if (!bStarted_) {
+        bStarted_ = true;
+        if (input_.HadByteOrderMark()) out += "\xEF\xBB\xBF";
+    }
+    const ServedColumn& column = columns[0];
+    for (size_t i = 0; i < batch.n; ++i) {
+        const CellAction action = column.Action(i);
+        if (action == CellAction::StopUnserved) break;
+        switch (action) {
+            case CellAction::WriteResult: AppendText(column.Output(i), encoding_, &out); break;
+            case CellAction::WriteSource: AppendText(batch.cells[0][i].text, encoding_, &out); break;
+            case CellAction::WriteNull: out += nullText_; break;
+            case CellAction::Drop: continue;
+            default: break;
+        }
+        out += '\n';
+        ++iWritten_;
+    }
+    output_.MaybeFlush();
+    if (!output_.Error().empty()) {
+        *pError = output_.Error();
+        return false;
+    }
+    return true;
+}
+
+std::string LineSink::AbandonedNote() const { return AbandonedOutputNote(output_, iWritten_); }
+
+}  // namespace nidmask
