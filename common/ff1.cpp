@@ -198,7 +198,7 @@ void DomainCipherShape(uint64_t N, uint32_t* pRadix, uint32_t* pLength) {
 }
 
 bool DomainCrypt(const DomainCipher& cipher, bool bDecrypt, uint64_t N, uint64_t x, uint64_t* pY, DomainFilter allowed,
-                 const void* pContext) {
+                 const void* pContext, uint32_t* piPasses) {
     if (N == 0 || x >= N || N > kLargestDomain) return false;
     // The shape of the last domain is kept with the key.
     Ff1Key::Prefix& prefix = cipher.pKey->prefix;
@@ -209,12 +209,15 @@ bool DomainCrypt(const DomainCipher& cipher, bool bDecrypt, uint64_t N, uint64_t
     const uint32_t radix = prefix.iShapeRadix, n = prefix.iShapeLength;
     uint16_t numerals[64];
     uint64_t value = x;
+    uint32_t iPasses = 0;
     do {
         Str(value, radix, numerals, n);
         if (!Ff1Crypt(*cipher.pKey, bDecrypt, radix, numerals, n, cipher.pTweak, cipher.iTweakBytes, numerals))
             return false;
         value = Num(numerals, n, radix);
+        ++iPasses;
     } while (value >= N || (allowed != nullptr && !allowed(value, pContext)));
     *pY = value;
+    if (piPasses != nullptr) *piPasses = iPasses;
     return true;
 }

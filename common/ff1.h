@@ -64,7 +64,8 @@ void DomainCipherShape(uint64_t N, uint32_t* pRadix, uint32_t* pLength);
 // Encrypts (bDecrypt false) or decrypts x (below N, allowed) into *pY. False
 // when N is 0 or above 2^62, x is outside the domain, or libcrypto fails.
 using DomainFilter = bool (*)(uint64_t iValue, const void* pContext);
+// *piPasses, when given, gets the number of FF1 passes it took.
 bool DomainCrypt(const DomainCipher& cipher, bool bDecrypt, uint64_t N, uint64_t x, uint64_t* pY,
-                 DomainFilter allowed = nullptr, const void* pContext = nullptr);
+                 DomainFilter allowed = nullptr, const void* pContext = nullptr, uint32_t* piPasses = nullptr);
 
 #endif

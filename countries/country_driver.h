@@ -94,6 +94,11 @@ struct CountryDriver {
     RowHook pfnRandom;
     // Optional: rewrite ctx.pOutBuf with the separators lRowFlags call for.
     RowHook pfnFormatOutput;
+    // Keyed encryption and decryption of the compact working string into
+    // ctx.pOutBuf (extension methods 0x1409 and 0x140A of an instance given
+    // a key; the layout hook has checked the value under full validation).
+    RowHook pfnEncrypt;
+    RowHook pfnDecrypt;
     // Trace text of a failed destination conversion.
     const char* pDstConversionTrace;
 };

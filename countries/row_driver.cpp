@@ -9,6 +9,22 @@ namespace {
 
 constexpr uint32_t kUndefinedCode = 0xFFFFFFFFu;
 
+// Full validation for the rows of a scope when bForce (the keyed methods),
+// whatever the host's processing flags; the flags are restored after.
+class FullValidation {
+public:
+    FullValidation(CtrlBlk* pCtrlBlk, bool bForce) : pCtrlBlk_(pCtrlBlk), sFlags_(pCtrlBlk->sProcFlags) {
+        if (bForce) pCtrlBlk->sProcFlags |= QRNP_PROC_VALIDATE_FULLY;
+    }
+    ~FullValidation() { pCtrlBlk_->sProcFlags = sFlags_; }
+    FullValidation(const FullValidation&) = delete;
+    FullValidation& operator=(const FullValidation&) = delete;
+
+private:
+    CtrlBlk* pCtrlBlk_;
+    uint16_t sFlags_;
+};
+
 const ColumnDef* ColumnOf(const RowContext& ctx) { return ctx.pCtrlBlk->pColumnDef; }
 
 // Copies the source value to the destination unchanged (in place: nothing moves).
@@ -173,10 +189,13 @@ uint32_t RunRowDriver(const CountryDriver& country, uint16_t sMethod, CtrlBlk* p
         if (const uint32_t iCode = country.pfnBeforeMethod(ctx); iCode != 0) return FailRow(ctx, iCode);
     }
 
+    // Encryption and decryption take the masking path with the country's keyed hooks.
+    const bool bKeyed = (sMethod == QRNP_METHOD_ENCRYPT || sMethod == QRNP_METHOD_DECRYPT) &&
+                        (pNidCtrlBlk->iExtensions & QRNP_EXT_KEYED) != 0 && country.pfnEncrypt != nullptr;
     if (sMethod == QRNP_METHOD_RANDOM) {
         // The source is not read at all.
         if (const uint32_t iCode = country.pfnRandom(ctx); iCode != 0) return FailRow(ctx, iCode);
-    } else if (sMethod != QRNP_METHOD_MASK) {
+    } else if (sMethod != QRNP_METHOD_MASK && !bKeyed) {
         if (country.pfnOtherMethod == nullptr) {
             // Neither mask nor random: rejected, nothing captured.
             ctx.pFldDef->iStatus = QRNP_MSG_INVALID_METHOD_CODE;
@@ -207,8 +226,13 @@ uint32_t RunRowDriver(const CountryDriver& country, uint16_t sMethod, CtrlBlk* p
             return 0;
         }
 
+        // Only values that decrypt back are encrypted: the full validation decides.
+        const FullValidation validation(pCtrlBlk, bKeyed);
         if (const uint32_t iCode = country.pfnCheckLayout(ctx); iCode != 0) return FailRow(ctx, iCode);
-        if (const uint32_t iCode = country.pfnMask(ctx); iCode != 0) return FailRow(ctx, iCode);
+        const RowHook pfnChange = !bKeyed                          ? country.pfnMask
+                                  : sMethod == QRNP_METHOD_ENCRYPT ? country.pfnEncrypt
+                                                                   : country.pfnDecrypt;
+        if (const uint32_t iCode = pfnChange(ctx); iCode != 0) return FailRow(ctx, iCode);
     }
 
     if (country.pfnFormatOutput != nullptr) {

@@ -2,6 +2,7 @@
 // country's set-up.
 #include <cstring>
 
+#include "common/keyed_state.h"
 #include "common/trace.h"
 #include "provider/country_table.h"
 #include "provider/get_country.h"
@@ -13,6 +14,7 @@ constexpr const char* kComponent = "QRNPNidS";
 
 // Discards the instance heap (which frees the state block too). 0, or 4366.
 int32_t DiscardHeap(NidCtrlBlk* pNidCtrlBlk) {
+    ReleaseKeyedState(pNidCtrlBlk);
     void* HeapToken = pNidCtrlBlk->HeapToken;
     TRC_VAR(kComponent, "Heap Dis Tkn", KNL_TRC_PTR, HeapToken);
     return KNL_Heap_Discard(HeapToken) == 0 ? 0 : QRNP_MSG_HEAP_DISCARD_FAILED;
@@ -37,7 +39,8 @@ int32_t Init(CtrlBlk* pCtrlBlk, SvcDef* pSvcDef) {
     TRC_VAR(kComponent, "HeapToken", KNL_TRC_PTR, HeapToken);
 
     void* pBlock = nullptr;
-    const uint64_t iHeapAcqSize = QRNP_NIDCTRLBLK_SIZE;
+    // (With a key, the keyed state follows the block.)
+    const uint64_t iHeapAcqSize = StateBlockBytes(pSvcDef);
     TRC_VAR(kComponent, "HeapAcq Size", KNL_TRC_U64, &iHeapAcqSize);
     if (KNL_Heap_Acquire(HeapToken, iHeapAcqSize, &pBlock) != 0 || pBlock == nullptr) {
         // Nothing is captured and the heap is left in place on this path.
@@ -54,6 +57,7 @@ int32_t Init(CtrlBlk* pCtrlBlk, SvcDef* pSvcDef) {
         TRC_VAR(kComponent, "pOperands", KNL_TRC_PTR, pSvcDef->pOperands);
         const uint16_t sMethod = FindServiceMethod(pSvcDef);
         CopyOptionOperands(pSvcDef, sMethod, pNidCtrlBlk);
+        SetUpKeyedState(pSvcDef, pNidCtrlBlk);
     }
 
     int32_t result = 0;

@@ -30,9 +30,13 @@ int32_t CheckRowset(uint16_t& sMethod, CtrlBlk* pCtrlBlk, Rowset* pRowset) {
         TokenCapture(pCtrlBlk, &pRowset->pRows->sColCount, QRNP_TV_INT16, QRNP_TOKID_ROWDEFINE_COUNT, 0);
         return QRNP_MSG_SRC_COLUMN_INDEX;
     }
+    // Encryption and decryption are methods only of an instance given a key.
+    const auto* pState = static_cast<const NidCtrlBlk*>(pCtrlBlk->pProviderPrivate);
+    const bool bKeyed = pState != nullptr && (pState->iExtensions & QRNP_EXT_KEYED) != 0;
     if (sMethod == QRNP_METHOD_CTRLBLK) {
         sMethod = pCtrlBlk->sMethod;  // taken without any check, as the engine's providers do
-    } else if (sMethod != QRNP_METHOD_MASK && sMethod != QRNP_METHOD_RANDOM) {
+    } else if (sMethod != QRNP_METHOD_MASK && sMethod != QRNP_METHOD_RANDOM &&
+               !(bKeyed && (sMethod == QRNP_METHOD_ENCRYPT || sMethod == QRNP_METHOD_DECRYPT))) {
         TRC_TEXT(kComponent, "Invalid Service method");
         ErrorCapture(pCtrlBlk, 0, QRNP_MSG_INVALID_METHOD, 1);
         TokenCapture(pCtrlBlk, &sMethod, QRNP_TV_INT16, QRNP_TOKID_METHOD, 0);

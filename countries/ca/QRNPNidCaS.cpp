@@ -4,6 +4,7 @@
 
 #include "common/trace.h"
 #include "countries/ca/QRNPNidCaAlgo.h"
+#include "countries/ca/keyed_sin.h"
 #include "countries/country_setup.h"
 #include "countries/nine_digit_number.h"
 #include "countries/row_driver.h"
@@ -82,6 +83,17 @@ uint32_t Random(RowContext& ctx) {
     return 0;
 }
 
+// Keyed encryption and decryption of a SIN the layout check validated fully.
+uint32_t Keyed(RowContext& ctx, bool bDecrypt) {
+    int32_t iOut = 0;
+    const uint32_t iCode = KeyedSIN(ctx, static_cast<int32_t>(ctx.lScratch[kScratchSourceSin]), bDecrypt, &iOut);
+    if (iCode == 0) ctx.lScratch[kScratchResultSin] = iOut;
+    return iCode;
+}
+
+uint32_t Encrypt(RowContext& ctx) { return Keyed(ctx, false); }
+uint32_t Decrypt(RowContext& ctx) { return Keyed(ctx, true); }
+
 // Neither mask nor random: nothing is computed, and the row gets 000000000
 // in the layout set up for the column.
 uint32_t OtherMethod(RowContext& ctx) {
@@ -142,6 +154,8 @@ const CountryDriver kCanada = {
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = FormatOutput,
+    .pfnEncrypt = Encrypt,
+    .pfnDecrypt = Decrypt,
     .pDstConversionTrace = "Error in dst conversion",
 };
 

@@ -1,11 +1,13 @@
 #include "countries/es/QRNPNidEsS.h"
 
 #include <cstdlib>
+#include <cwchar>
 #include <string_view>
 
 #include "common/trace.h"
 #include "countries/country_setup.h"
 #include "countries/es/QRNPNidEsAlgo.h"
+#include "countries/keyed_fields.h"
 #include "countries/row_driver.h"
 
 namespace {
@@ -205,19 +207,14 @@ uint32_t CheckLayout(RowContext& ctx) {
     return iCode;
 }
 
-// Masks the digits the layout check found and writes the identifier in the
-// source's form with the new control letter.
-uint32_t Mask(RowContext& ctx) {
-    TRC_ENTRY(kComponent, "Mask");
-    const auto iCount = static_cast<int16_t>(ctx.lScratch[kDigitCount]);
-    int16_t masked[ES_DIGITS_LONG];
-    maskNIF(ctx.pInBuf + ctx.lScratch[kDigitStart], masked, iCount);
-
+// Writes the identifier of the new digits in the source's form (NIF or NIE
+// of the same letter) with their control letter.
+void WriteNewNumber(RowContext& ctx, const int16_t* pNewDigits, int16_t iCount) {
     wchar_t digits[ES_DIGITS_LONG];
     uint64_t n = 0;
     for (int16_t i = 0; i < iCount; ++i) {
-        n = n * 10 + static_cast<uint64_t>(masked[i]);
-        digits[i] = static_cast<wchar_t>(L'0' + masked[i]);
+        n = n * 10 + static_cast<uint64_t>(pNewDigits[i]);
+        digits[i] = static_cast<wchar_t>(L'0' + pNewDigits[i]);
     }
     TRC_VAR(kComponent, "n", KNL_TRC_U64, &n);
     // Under the official rules the letter counts the NIE's X, Y or Z as 0, 1 or 2 before the digits.
@@ -226,9 +223,55 @@ uint32_t Mask(RowContext& ctx) {
     const char suffix = ControlLetter(lLetterNumber);
     AssembleOutput(ctx.pOutBuf, iNie != 0 ? kNieLetters[iNie - 1] : L'\0', digits, iCount, SeparatorOf(ctx.lRowFlags),
                    suffix);
+}
+
+// Masks the digits the layout check found and writes the identifier in the
+// source's form with the new control letter.
+uint32_t Mask(RowContext& ctx) {
+    TRC_ENTRY(kComponent, "Mask");
+    const auto iCount = static_cast<int16_t>(ctx.lScratch[kDigitCount]);
+    int16_t masked[ES_DIGITS_LONG];
+    maskNIF(ctx.pInBuf + ctx.lScratch[kDigitStart], masked, iCount);
+    WriteNewNumber(ctx, masked, iCount);
     TRC_EXIT(kComponent, "Mask", 0);
     return 0;
 }
+
+// Keyed encryption and decryption: the digits as one number of 10^7 or 10^8
+// values; the NIE letter and the letters' case are kept.
+uint32_t Keyed(RowContext& ctx, bool bDecrypt) {
+    const auto iCount = static_cast<int16_t>(ctx.lScratch[kDigitCount]);
+    const wchar_t* pDigits = ctx.pInBuf + ctx.lScratch[kDigitStart];
+    MixedRadix domain;
+    for (int16_t i = 0; i < iCount; ++i) domain.Push(static_cast<uint64_t>(pDigits[i] - L'0'), 10);
+    if (const uint32_t iCode = KeyedPermute(ctx, bDecrypt, &domain); iCode != 0) return iCode;
+    int16_t digits[ES_DIGITS_LONG];
+    for (int16_t i = iCount; i-- > 0;) digits[i] = static_cast<int16_t>(domain.Pop(10));
+    WriteNewNumber(ctx, digits, iCount);
+
+    // A result in the source's separator keeps its layout too (an NIE with
+    // one separator, before its control letter, keeps just that one), so
+    // that it decrypts to the source exactly.
+    const wchar_t* s = ctx.pInBuf;
+    const int32_t L = ctx.iInLength;
+    const int32_t iStart = static_cast<int32_t>(ctx.lScratch[kDigitStart]);
+    const wchar_t sourceSep = iStart == 2 ? s[1] : iStart + iCount < L - 1 ? s[L - 2] : L'\0';
+    wchar_t* pOut = ctx.pOutBuf;
+    if (sourceSep == SeparatorOf(ctx.lRowFlags)) {
+        const wchar_t letter = pOut[std::wcslen(pOut) - 1];
+        for (int32_t i = 0; i < L; ++i) pOut[i] = s[i];
+        for (int16_t i = 0; i < iCount; ++i) pOut[iStart + i] = static_cast<wchar_t>(L'0' + digits[i]);
+        pOut[L - 1] = letter;
+        pOut[L] = L'\0';
+    }
+    const int32_t iOutLast = static_cast<int32_t>(std::wcslen(pOut)) - 1;
+    if (ctx.lScratch[kIsNIE] != 0) pOut[0] = InCaseOf(pOut[0], s[0]);
+    pOut[iOutLast] = InCaseOf(pOut[iOutLast], s[L - 1]);
+    return 0;
+}
+
+uint32_t Encrypt(RowContext& ctx) { return Keyed(ctx, false); }
+uint32_t Decrypt(RowContext& ctx) { return Keyed(ctx, true); }
 
 // A fresh number of seven digits, or eight when the source carries the mark.
 // Numbers up to 929999 are written as NIEs. The NIE form holds seven digits,
@@ -304,6 +347,8 @@ const CountryDriver kSpain = {
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = nullptr,
+    .pfnEncrypt = Encrypt,
+    .pfnDecrypt = Decrypt,
     .pDstConversionTrace = "Error in dst conversion",
 };
 

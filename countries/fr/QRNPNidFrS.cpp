@@ -3,6 +3,7 @@
 #include "common/trace.h"
 #include "countries/country_setup.h"
 #include "countries/fr/QRNPNidFrAlgo.h"
+#include "countries/fr/keyed_nir.h"
 #include "countries/row_driver.h"
 
 namespace {
@@ -110,6 +111,9 @@ uint32_t Mask(RowContext& ctx) {
     return 0;
 }
 
+uint32_t Encrypt(RowContext& ctx) { return KeyedNIR(ctx, ctx.pInBuf, false, ctx.pOutBuf); }
+uint32_t Decrypt(RowContext& ctx) { return KeyedNIR(ctx, ctx.pInBuf, true, ctx.pOutBuf); }
+
 uint32_t Random(RowContext& ctx) {
     const uint32_t iCode = RandomINSEE(ctx.pOutBuf, OfficialRules(ctx));
     if (iCode != 0) return ReportRowError(ctx, iCode, "Failed to mask RandomINSEE", {RowToken::Country});
@@ -176,6 +180,8 @@ const CountryDriver kFrance = {
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = FormatOutput,
+    .pfnEncrypt = Encrypt,
+    .pfnDecrypt = Decrypt,
     .pDstConversionTrace = "Error in dest conversion",
 };
 

@@ -286,6 +286,10 @@ uint32_t ValidateCF(CtrlBlk* pCtrlBlk, int32_t iRownum, const wchar_t* value, ui
     return 0;
 }
 
+bool SurnameCodeIsPadded(const wchar_t* value) { return NameCodeIsPadded(value, IT_POS_SURNAME, IT_POS_SURNAME + 2); }
+int32_t DaysOfMonth(int32_t iMonthIndex, int32_t iYear) { return DaysInMonth(iMonthIndex, iYear); }
+bool RegionCodeIsCarried(const wchar_t* pCode) { return RegionCodeMayBeCarried(pCode); }
+
 int32_t IsValidRegionCode(const wchar_t* pCode) {
     if (QRNP_TRACE_ON()) return IsValidRegionCodeTraced(pCode);
     return pCode != nullptr && RegionCodeMayBeCarried(pCode) ? 1 : 0;

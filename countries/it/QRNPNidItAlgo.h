@@ -55,6 +55,14 @@ uint32_t ValidateCF(CtrlBlk* pCtrlBlk, int32_t iRownum, const wchar_t* value, ui
 // and for a null pointer.
 int32_t IsValidRegionCode(const wchar_t* pCode);
 
+// For keyed encryption (an extension), the checks ValidateCF makes, one by
+// one and without tracing: the surname code's "X" padding after a vowel; the
+// days of a month (index in MONTHS) of a year 00-99; a region code that may
+// be carried (as IsValidRegionCode).
+bool SurnameCodeIsPadded(const wchar_t* value);
+int32_t DaysOfMonth(int32_t iMonthIndex, int32_t iYear);
+bool RegionCodeIsCarried(const wchar_t* pCode);
+
 // Writes the check character of positions 0-14 of value into position 15.
 // Only upper-case letters and digits count; anything else is skipped and
 // does not take a place in the odd/even alternation.

@@ -5,6 +5,7 @@
 #include "common/trace.h"
 #include "countries/country_setup.h"
 #include "countries/it/QRNPNidItAlgo.h"
+#include "countries/it/keyed_cf.h"
 #include "countries/row_driver.h"
 
 namespace {
@@ -97,6 +98,9 @@ uint32_t Mask(RowContext& ctx) {
     return 0;
 }
 
+uint32_t Encrypt(RowContext& ctx) { return KeyedCF(ctx, ctx.pInBuf, false, ctx.pOutBuf); }
+uint32_t Decrypt(RowContext& ctx) { return KeyedCF(ctx, ctx.pInBuf, true, ctx.pOutBuf); }
+
 uint32_t Random(RowContext& ctx) {
     const uint32_t iCode = RandomCF(ctx.pOutBuf, OfficialRules(ctx));
     if (iCode != 0) return ReportRowError(ctx, iCode, "Failed to mask RandomCF", {RowToken::Country});
@@ -159,6 +163,8 @@ const CountryDriver kItaly = {
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = FormatOutput,
+    .pfnEncrypt = Encrypt,
+    .pfnDecrypt = Decrypt,
     .pDstConversionTrace = "Error in dest conversion",
 };
 

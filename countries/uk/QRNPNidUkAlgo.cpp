@@ -139,13 +139,27 @@ constexpr auto kOfficialPrefixes = [] {
 }();
 static_assert(kOfficialPrefixes.back()[0] == 'Z' && kOfficialPrefixes.back()[1] == 'Y', "373 official prefixes");
 
+// The index of each pair of capitals among the official prefixes, or -1.
+constexpr auto kOfficialIndex = [] {
+    std::array<std::array<int16_t, 26>, 26> index{};
+    for (auto& row : index) row.fill(-1);
+    for (size_t i = 0; i < kOfficialPrefixes.size(); ++i)
+        index[static_cast<size_t>(kOfficialPrefixes[i][0] - 'A')][static_cast<size_t>(kOfficialPrefixes[i][1] - 'A')] =
+            static_cast<int16_t>(i);
+    return index;
+}();
+
 }  // namespace
 
 int32_t FindOfficialPrefix(const wchar_t* pValue) {
     const wchar_t a = Upper(pValue[0]), b = Upper(pValue[1]);
-    for (size_t i = 0; i < kOfficialPrefixes.size(); ++i)
-        if (kOfficialPrefixes[i][0] == a && kOfficialPrefixes[i][1] == b) return static_cast<int32_t>(i);
-    return -1;
+    if (a < L'A' || a > L'Z' || b < L'A' || b > L'Z') return -1;
+    return kOfficialIndex[static_cast<size_t>(a - L'A')][static_cast<size_t>(b - L'A')];
+}
+
+void WriteOfficialPrefix(int32_t iIndex, wchar_t* pOut) {
+    pOut[0] = static_cast<wchar_t>(kOfficialPrefixes[static_cast<size_t>(iIndex)][0]);
+    pOut[1] = static_cast<wchar_t>(kOfficialPrefixes[static_cast<size_t>(iIndex)][1]);
 }
 
 int32_t FindPrefix(const wchar_t* pValue) {

@@ -38,6 +38,9 @@ inline constexpr int32_t UK_OFFICIAL_PREFIX_COUNT = 373;
 // official prefixes in alphabetical order, or -1.
 int32_t FindOfficialPrefix(const wchar_t* pValue);
 
+// Writes the two capitals of official prefix iIndex (0..372) to pOut.
+void WriteOfficialPrefix(int32_t iIndex, wchar_t* pOut);
+
 // Masks the compact value ninoInValue (8 or 9 characters the row driver has
 // checked) into ninoOutValue (room for 10 wide characters). The number part
 // is scrambled with a key made from the prefix; the suffix is kept as it is;

@@ -4,6 +4,7 @@
 #include "countries/country_setup.h"
 #include "countries/row_driver.h"
 #include "countries/uk/QRNPNidUkAlgo.h"
+#include "countries/uk/keyed_nino.h"
 
 namespace {
 
@@ -139,6 +140,9 @@ uint32_t Mask(RowContext& ctx) {
     return 0;
 }
 
+uint32_t Encrypt(RowContext& ctx) { return KeyedNINO(ctx, ctx.pInBuf, false, ctx.pOutBuf); }
+uint32_t Decrypt(RowContext& ctx) { return KeyedNINO(ctx, ctx.pInBuf, true, ctx.pOutBuf); }
+
 uint32_t Random(RowContext& ctx) {
     const uint32_t iCode = RandomNINO(ctx.pOutBuf);
     if (iCode != 0) return ReportRowError(ctx, iCode, "Failed to mask RandomNINO", {RowToken::Country});
@@ -263,6 +267,8 @@ const CountryDriver kUnitedKingdom = {
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = FormatOutput,
+    .pfnEncrypt = Encrypt,
+    .pfnDecrypt = Decrypt,
     .pDstConversionTrace = "Error in dest conversion",
 };
 

@@ -7,6 +7,7 @@
 #include "countries/nine_digit_number.h"
 #include "countries/row_driver.h"
 #include "countries/us/QRNPNidUsAlgo.h"
+#include "countries/us/keyed_ssn.h"
 
 namespace {
 
@@ -107,6 +108,20 @@ uint32_t Random(RowContext& ctx) {
     return 0;
 }
 
+// Keyed encryption and decryption: the number is validated fully first.
+uint32_t Keyed(RowContext& ctx, bool bDecrypt) {
+    const int32_t iSource = static_cast<int32_t>(ctx.lScratch[kScratchSource]);
+    if (const uint32_t iCode = ValidateKeyedSsn(iSource, ctx.lRowFlags); iCode != 0)
+        return ReportMaskFailure(ctx, iCode);
+    int32_t iOut = 0;
+    if (const uint32_t iCode = KeyedSSN(ctx, iSource, bDecrypt, &iOut); iCode != 0) return iCode;
+    ctx.lScratch[kScratchResult] = iOut;
+    return 0;
+}
+
+uint32_t Encrypt(RowContext& ctx) { return Keyed(ctx, false); }
+uint32_t Decrypt(RowContext& ctx) { return Keyed(ctx, true); }
+
 // Any method other than mask or random is served as the Canadian module
 // serves it: neither algorithm runs, the source is not read, and the number
 // written is 000000000 in the layout fixed at set-up.
@@ -163,6 +178,8 @@ const CountryDriver kUnitedStates = {
     .pfnMask = Mask,
     .pfnRandom = Random,
     .pfnFormatOutput = FormatOutput,
+    .pfnEncrypt = Encrypt,
+    .pfnDecrypt = Decrypt,
     .pDstConversionTrace = "Error in dest conversion",
 };
 

@@ -45,6 +45,7 @@ typedef struct NidCtrlBlk {
 
 // Extension bits of iExtensions.
 #define QRNP_EXT_OFFICIAL_RULES 0x1u    // operand 0x1920 = 1: the current official rules
+#define QRNP_EXT_KEYED 0x2u             // a key was given: the keyed state follows the block in its heap block
 
 #ifdef __cplusplus
 static_assert(sizeof(CountryOptionBlock) == 32, "a country option block is 32 bytes");

@@ -42,6 +42,10 @@ typedef struct SvcDef {
 
 // Extensions: absent (or 0), the provider behaves exactly as without them.
 #define QRNP_OPR_OFFICIAL_RULES 0x1920u // 1: the identifiers' current official rules
+#define QRNP_OPR_KEY_FIRST 0x1901u      // the 256-bit key: sixteen 16-bit words, most significant first,
+#define QRNP_OPR_KEY_LAST 0x1910u       //   0x1901 to 0x1910 (all sixteen, or no key)
+#define QRNP_OPR_TWEAK_FIRST 0x1911u    // the tweak: the first 16 bytes of the SHA-256 digest of its text,
+#define QRNP_OPR_TWEAK_LAST 0x1918u     //   eight 16-bit words, most significant first (none: no tweak)
 
 // United Kingdom form-flag bits (operand 0x180D).
 #define QRNP_FLAG_UK_FORM_3_PART 0x0001u

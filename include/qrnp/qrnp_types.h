@@ -68,6 +68,10 @@ enum CountryCode {
 #define QRNP_METHOD_MASK 0x1406u    // 5126: mask the source identifier
 #define QRNP_METHOD_RANDOM 0x1407u  // 5127: generate a random identifier
 #define QRNP_METHOD_CTRLBLK 0x1408u // 5128: use the method stored in the CtrlBlk
+// Extensions, served only by an instance given a key (operands 0x1901-0x1910);
+// otherwise refused with 4357 as any other method.
+#define QRNP_METHOD_ENCRYPT 0x1409u // 5129: keyed encryption that keeps the identifier valid
+#define QRNP_METHOD_DECRYPT 0x140Au // 5130: its inverse
 
 // Processing-flag bits of CtrlBlk.sProcFlags.
 #define QRNP_PROC_VALIDATE_FULLY 0x0001u
