@@ -4,6 +4,8 @@
 #include <cctype>
 #include <cstdio>
 
+#include <openssl/sha.h>
+
 #include "column_types.h"
 #include "number_text.h"
 
@@ -70,8 +72,15 @@ bool ResolveMasking(const MaskingSettings& settings, int16_t sDefaultType, Resol
     } else if (settings.method == "mask" || settings.method == "random") {
         MethodValue(settings.method, &resolved.sServiceMethod);
         instance.sMethod = resolved.sServiceMethod;
+    } else if (settings.method == "encrypt" || settings.method == "decrypt") {
+        if (settings.key.size() != 32) {
+            *pError = "method " + settings.method + " needs a key (a key file of 64 hexadecimal characters)";
+            return false;
+        }
+        resolved.sServiceMethod = settings.method == "encrypt" ? QRNP_METHOD_ENCRYPT : QRNP_METHOD_DECRYPT;
+        instance.sMethod = resolved.sServiceMethod;
     } else {
-        *pError = "method: '" + settings.method + "' is none of mask, random";
+        *pError = "method: '" + settings.method + "' is none of mask, random, encrypt, decrypt";
         return false;
     }
     instance.sProcFlags = static_cast<uint16_t>((settings.bValidate ? QRNP_PROC_VALIDATE_FULLY : 0) |
@@ -82,8 +91,31 @@ bool ResolveMasking(const MaskingSettings& settings, int16_t sDefaultType, Resol
     instance.operands.clear();
     if (!AppendNamedOperands(switchText, settings.named, &instance.operands, pError)) return false;
     if (settings.bOfficial) instance.operands.emplace_back(QRNP_OPR_OFFICIAL_RULES, 1);
+    if (settings.key.size() == 32) {
+        for (uint16_t i = 0; i < 16; ++i)
+            instance.operands.emplace_back(QRNP_OPR_KEY_FIRST + i, (uint32_t{settings.key[2 * i]} << 8) | settings.key[2 * i + 1]);
+        if (!settings.tweak.empty()) {
+            // The tweak's text as the first 16 bytes of its SHA-256 digest.
+            uint8_t digest[SHA256_DIGEST_LENGTH];
+            SHA256(reinterpret_cast<const uint8_t*>(settings.tweak.data()), settings.tweak.size(), digest);
+            for (uint16_t i = 0; i < 8; ++i)
+                instance.operands.emplace_back(QRNP_OPR_TWEAK_FIRST + i, (uint32_t{digest[2 * i]} << 8) | digest[2 * i + 1]);
+        }
+    }
     instance.operands.insert(instance.operands.end(), settings.rawOperands.begin(), settings.rawOperands.end());
     *pResolved = std::move(resolved);
+    return true;
+}
+
+bool ParseKey(const std::string& text, std::vector<uint8_t>* pKey, std::string* pError) {
+    std::string hex = text;
+    while (!hex.empty() && (hex.back() == '\n' || hex.back() == '\r')) hex.pop_back();
+    pKey->clear();
+    if (hex.size() != 64 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+        *pError = "a key is 64 hexadecimal characters (nidmask keygen makes one)";
+        return false;
+    }
+    for (size_t i = 0; i < hex.size(); i += 2) pKey->push_back(static_cast<uint8_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
     return true;
 }
 
@@ -108,10 +140,16 @@ std::string DescribeMasking(const ResolvedMasking& resolved) {
     if (instance.bSeparateDestination == false) text += " in place";
     text += ", operands";
     if (instance.operands.empty()) text += " none";
+    bool bKey = false, bTweak = false;
     for (const auto& [sKey, iValue] : instance.operands) {
+        bKey = bKey || (sKey >= QRNP_OPR_KEY_FIRST && sKey <= QRNP_OPR_KEY_LAST);
+        bTweak = bTweak || (sKey >= QRNP_OPR_TWEAK_FIRST && sKey <= QRNP_OPR_TWEAK_LAST);
+        if (sKey >= QRNP_OPR_KEY_FIRST && sKey <= QRNP_OPR_TWEAK_LAST) continue;  // never shown
         std::snprintf(buffer, sizeof buffer, " 0x%04X=%u", sKey, iValue);
         text += buffer;
     }
+    if (bKey) text += " 0x1901-0x1910 (the key, not shown)";
+    if (bTweak) text += " 0x1911-0x1918 (the tweak's digest)";
     return text;
 }
 

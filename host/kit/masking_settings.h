@@ -19,7 +19,7 @@ namespace hostkit {
 struct MaskingSettings {
     std::string country;        // FR, IT, UK (or GB), ES, US or CA, in any case
     std::string switchText;     // when set: handed to the provider as it is, instead of country
-    std::string method = "mask";  // mask, random, or ctrl (the control block's method decides)
+    std::string method = "mask";  // mask, random, encrypt, decrypt, or ctrl (the control block's method decides)
     std::string ctrlMethod;     // with ctrl: mask, random or a number (default mask)
     bool bValidate = false;     // processing flag 1
     bool bPassInvalid = false;  // processing flag 2
@@ -28,6 +28,8 @@ struct MaskingSettings {
     int32_t iLength = 32;
     bool bInPlace = false;
     bool bOfficial = false;     // the identifiers' current official rules (operand 0x1920 = 1)
+    std::vector<uint8_t> key;   // encrypt, decrypt: the 256-bit key (operands 0x1901-0x1910)
+    std::string tweak;          // encrypt, decrypt: a text that makes results differ per context
     std::vector<Operand> rawOperands;  // after the named ones, so they win
 };
 
@@ -48,6 +50,10 @@ bool ResolveMasking(const MaskingSettings& settings, int16_t sDefaultType, Resol
 // case, and GB for the United Kingdom. "" for anything else.
 std::string CountryCode(const std::string& name);
 
+// Reads a key: 64 hexadecimal characters (a line end may follow). False
+// with a message that never shows the key.
+bool ParseKey(const std::string& text, std::vector<uint8_t>* pKey, std::string* pError);
+
 // True for a method the provider generates with (random values need no source).
 bool IsRandomMethod(const ResolvedMasking& resolved);
 
@@ -56,7 +62,8 @@ bool IsRandomMethod(const ResolvedMasking& resolved);
 int UsAreaTable(const ResolvedMasking& resolved);
 
 // "FR mask, flags 0x0001, VARCHAR(32), operands 0x1801=31 0x1807=2": what
-// an instance gets, for --explain and messages.
+// an instance gets, for --explain and messages. The key and the tweak are
+// never shown: only that they are given.
 std::string DescribeMasking(const ResolvedMasking& resolved);
 
 }  // namespace hostkit

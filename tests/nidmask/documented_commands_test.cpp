@@ -7,7 +7,8 @@ namespace {
 
 using DocumentedCommandsTest = NidmaskTest;
 
-// The indented command lines of a text that start with one of `programs`.
+// The indented command lines of a text that start with one of `programs`
+// (or run it under a umask: "(umask 077; nidmask ...)").
 std::vector<std::string> Commands(const std::string& text, const std::vector<std::string>& programs) {
     std::vector<std::string> commands;
     for (std::string line : Lines(text)) {
@@ -15,8 +16,9 @@ std::vector<std::string> Commands(const std::string& text, const std::vector<std
         if (start == std::string::npos || start < 2) continue;
         line = line.substr(start);
         if (const size_t comment = line.find("  #"); comment != std::string::npos) line.resize(comment);
+        const std::string run = line.rfind("(umask ", 0) == 0 ? line.substr(line.find("; ") + 2) : line;
         for (const std::string& program : programs)
-            if (line.rfind(program + " ", 0) == 0) commands.push_back(line);
+            if (run.rfind(program + " ", 0) == 0) commands.push_back(line);
     }
     return commands;
 }

@@ -10,6 +10,7 @@
 
 #include "exit_codes.h"
 #include "hostkit.h"
+#include "key_file.h"
 #include "options.h"
 #include "output_file.h"
 #include "path_checks.h"
@@ -45,6 +46,7 @@ int main(int argc, char** argv) {
     // temporary tables) may hold identifiers: they are private.
     NarrowUmask();
     if (std::string provider; AsksForVersion(argc, argv, &provider)) return PrintVersion(provider);
+    if (argc == 2 && std::string(argv[1]) == "keygen") return GenerateKey();
     const ParsedCommandLine parsed = ParseCommandLine(argc, argv);
     if (!parsed.options) return parsed.iExitCode;
     const Options& options = *parsed.options;

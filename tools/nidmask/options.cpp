@@ -12,6 +12,7 @@
 
 #include "column_types.h"
 #include "number_text.h"
+#include "key_file.h"
 #include "rules_file.h"
 
 namespace nidmask {
@@ -88,6 +89,7 @@ std::string Lower(std::string text) {
 // command line's own rule, and the file-wide settings given as text.
 struct RawValues {
     ColumnRule rule;
+    std::string keyFile;
     std::string format = "lines";
     std::string delimiter;
     std::string type;
@@ -154,10 +156,20 @@ void AddMasking(CLI::App& app, RawValues& v) {
     app.add_option("--country", v.rule.masking.country, "FR, IT, UK (or GB), ES, US or CA, in any case")
         ->group(kMasking)
         ->type_name("CC");
-    app.add_option("--method", v.rule.masking.method, "mask the values, or generate random ones")
-        ->check(OneOf({"mask", "random", "ctrl"}))
+    app.add_option("--method", v.rule.masking.method,
+                   "mask the values, generate random ones, or encrypt and decrypt them with a key")
+        ->check(OneOf({"mask", "random", "encrypt", "decrypt", "ctrl"}))
         ->group(kMasking)
-        ->type_name("mask|random");
+        ->type_name("mask|random|encrypt|decrypt");
+    app.add_option("--key-file", v.keyFile,
+                   "encrypt, decrypt: the file holding the key (64 hexadecimal characters; nidmask keygen > FILE "
+                   "makes one); readable by its owner only")
+        ->group(kMasking)
+        ->type_name("FILE");
+    app.add_option("--tweak", v.rule.masking.tweak,
+                   "encrypt, decrypt: a text (a table or column name) that gives other results for the same key")
+        ->group(kMasking)
+        ->type_name("TEXT");
     app.add_option("--parts", v.rule.masking.named.parts,
                    "what to mask besides what always changes, comma-separated: FR sex,year,month,dept,commune; IT "
                    "names,date,region; UK prefix; US area; CA head (default: the country's own choice)")
@@ -279,6 +291,11 @@ const Condition kRandom{"--method random", [](const CLI::App&, const Options& o)
 const Condition kCtrl{"--method ctrl", [](const CLI::App&, const Options& o) {
                           return AnyRule(o, [](const ColumnRule& r) { return r.masking.method == "ctrl"; });
                       }};
+const Condition kKeyed{"--method encrypt or decrypt", [](const CLI::App&, const Options& o) {
+                           return AnyRule(o, [](const ColumnRule& r) {
+                               return r.masking.method == "encrypt" || r.masking.method == "decrypt";
+                           });
+                       }};
 const Condition kInput{"INPUT", [](const CLI::App&, const Options& o) { return !o.input.empty(); }};
 
 struct Relation {
@@ -315,6 +332,8 @@ const std::vector<Relation>& Relations() {
         {Given("--count"), true, kRandom},
         {Given("--count"), false, kCsv},
         {Given("--fill-null"), true, kRandom},
+        {Given("--key-file"), true, kKeyed},
+        {Given("--tweak"), true, kKeyed},
     };
     return relations;
 }
@@ -347,6 +366,10 @@ void ResolveCommandLineRule(const CLI::App& app, RawValues& v) {
                                                 : RejectAction::Fail;
     }
     for (const std::string& raw : v.rawOperands) rule.masking.rawOperands.push_back(ParseRawOperand(raw));
+    if (!v.keyFile.empty()) {
+        std::string error;
+        if (!ReadKeyFile(v.keyFile, &rule.masking.key, &error)) throw UsageError{"--key-file: " + error};
+    }
     if (app.count("--count") > 0) rule.bFillNull = true;  // the rows have no source: generate for each
     if (app.count("--switch") > 0 && rule.masking.switchText.empty()) throw UsageError{"--switch: empty country switch"};
 }
@@ -368,6 +391,8 @@ void OverrideRule(const CLI::App& app, const ColumnRule& cli, ColumnRule* pRule)
     if (given("--length")) m.iLength = c.iLength;
     if (given("--in-place")) m.bInPlace = c.bInPlace;
     if (given("--official")) m.bOfficial = c.bOfficial;
+    if (given("--key-file")) m.key = c.key;
+    if (given("--tweak")) m.tweak = c.tweak;
     if (given("--option")) m.rawOperands.insert(m.rawOperands.end(), c.rawOperands.begin(), c.rawOperands.end());
     if (given("--on-reject")) pRule->onReject = cli.onReject;
     if (given("--fill-null")) pRule->bFillNull = cli.bFillNull;

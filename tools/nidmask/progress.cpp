@@ -57,10 +57,15 @@ void Progress::Finish() {
 std::string Summary(const MaskingSession& session, RejectAction onReject, double seconds, const std::string& name) {
     const RowCounts& counts = session.Counts();
     const std::vector<MessageTally>& tallies = session.Tallies();
-    const bool bRandom = session.Settings().instance.sMethod == QRNP_METHOD_RANDOM;
+    // (Only an instance given a key encrypts: its Service method says so.)
+    const uint16_t sService = session.Settings().sServiceMethod;
+    const char* pDone = session.Settings().instance.sMethod == QRNP_METHOD_RANDOM ? " generated, "
+                        : sService == QRNP_METHOD_ENCRYPT                        ? " encrypted, "
+                        : sService == QRNP_METHOD_DECRYPT                        ? " decrypted, "
+                                                                                 : " masked, ";
     const auto n = [](uint64_t value) { return std::to_string(value); };
     std::string text = "nidmask: " + (name.empty() ? "" : name + ": ") + n(counts.iRead) + " rows read: " + n(counts.iMasked) +
-                       (bRandom ? " generated, " : " masked, ") + n(counts.PassedThrough()) + " passed through";
+                       pDone + n(counts.PassedThrough()) + " passed through";
     std::string detail;
     const auto add = [&](uint64_t value, const char* pWhat) {
         if (value == 0) return;

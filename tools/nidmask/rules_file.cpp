@@ -7,6 +7,7 @@
 #include <toml++/toml.h>
 
 #include "column_types.h"
+#include "key_file.h"
 #include "number_text.h"
 
 namespace nidmask {
@@ -82,7 +83,14 @@ const std::map<std::string, RuleKey>& RuleKeys() {
              if (hostkit::CountryCode(r.masking.country).empty())
                  k.Fail("'" + r.masking.country + "' is none of FR, IT, UK (or GB), ES, US, CA");
          }},
-        {"method", [](const KeyReader& k, ColumnRule& r) { r.masking.method = k.OneOf({"mask", "random"}); }},
+        {"method",
+         [](const KeyReader& k, ColumnRule& r) { r.masking.method = k.OneOf({"mask", "random", "encrypt", "decrypt"}); }},
+        {"key_file",
+         [](const KeyReader& k, ColumnRule& r) {
+             std::string error;
+             if (!ReadKeyFile(k.String(), &r.masking.key, &error)) k.Fail(error);
+         }},
+        {"tweak", [](const KeyReader& k, ColumnRule& r) { r.masking.tweak = k.String(); }},
         {"validate", [](const KeyReader& k, ColumnRule& r) { r.masking.bValidate = k.Bool(); }},
         {"pass_invalid", [](const KeyReader& k, ColumnRule& r) { r.masking.bPassInvalid = k.Bool(); }},
         {"parts", [](const KeyReader& k, ColumnRule& r) { r.masking.named.parts = k.String(); }},

@@ -11,7 +11,7 @@
 //   column = "fr_nir"         # a name, or a 1-based number
 //   country = "FR"
 //   table = "person"          # databases
-//   method = "mask"           # mask or random
+//   method = "mask"           # mask, random, encrypt or decrypt
 //   validate = true
 //   pass_invalid = false
 //   parts = "sex,year"        # as --parts
@@ -23,6 +23,8 @@
 //   on_reject = "empty"       # empty, null, drop, fail
 //   fill_null = false
 //   official = true           # the identifiers' current official rules
+//   key_file = "secret.key"   # method encrypt or decrypt: the key
+//   tweak = "person.nir"      # ... and a text that gives other results per context
 //   options = { "0x1801" = 31 }   # raw operands
 #ifndef NIDMASK_RULES_FILE_H
 #define NIDMASK_RULES_FILE_H
