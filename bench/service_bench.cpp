@@ -3,7 +3,8 @@
 // to a file. Each iteration serves one rowset of kRowsPerRowset rows (and
 // marks its rows untaken again, as a host hands over fresh rows).
 //
-// Names: <Mask|MaskValidate|Random>[Traced]/<country>/<column type>.
+// Names: <Mask|MaskValidate|MaskAllParts|Random>[Traced]/<country>/<column type>, and
+// <Encrypt|Decrypt>[AllParts]/<country>/<column type> under a key.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -93,6 +94,14 @@ void ServeRowsets(benchmark::State& state, const ServiceCase& c) {
     state.counters["rows_per_s"] = benchmark::Counter(static_cast<double>(rows), benchmark::Counter::kIsRate);
 }
 
+// A fixed key (operands 0x1901-0x1910) and tweak digest (0x1911-0x1918).
+bench::Operands KeyOperands() {
+    bench::Operands operands;
+    for (uint16_t i = 0; i < 16; ++i) operands.emplace_back(QRNP_OPR_KEY_FIRST + i, 0x1234u * (i + 1) & 0xFFFFu);
+    for (uint16_t i = 0; i < 8; ++i) operands.emplace_back(QRNP_OPR_TWEAK_FIRST + i, 0x4321u * (i + 3) & 0xFFFFu);
+    return operands;
+}
+
 void Register(const std::string& name, const ServiceCase& c) {
     auto* pBenchmark = benchmark::RegisterBenchmark(
         name.c_str(), [c](benchmark::State& state) { ServeRowsets(state, c); });
@@ -114,6 +123,16 @@ void RegisterCountry(const bench::BenchCountry& country) {
             if (!bTraced) {
                 ServiceCase validate{{country.pCode, sDataType, QRNP_METHOD_MASK, QRNP_PROC_VALIDATE_FULLY, {}}, false};
                 Register("MaskValidate" + suffix, validate);
+                ServiceCase allParts{{country.pCode, sDataType, QRNP_METHOD_MASK, 0, country.allParts}, false};
+                Register("MaskAllParts" + suffix, allParts);
+                // Keyed methods: the default parts and every part, under a 256-bit key and a tweak.
+                for (const uint16_t sMethod : {QRNP_METHOD_ENCRYPT, QRNP_METHOD_DECRYPT}) {
+                    const std::string name = sMethod == QRNP_METHOD_ENCRYPT ? "Encrypt" : "Decrypt";
+                    bench::Operands keyed = KeyOperands();
+                    Register(name + suffix, {{country.pCode, sDataType, sMethod, 0, keyed}, false});
+                    keyed.insert(keyed.end(), country.allParts.begin(), country.allParts.end());
+                    Register(name + "AllParts" + suffix, {{country.pCode, sDataType, sMethod, 0, keyed}, false});
+                }
             }
         }
     }
