@@ -26,6 +26,8 @@ CHAR, VARCHAR, VARCHAR_SZ, WCHAR, WVARCHAR, WVARCHAR_SZ = range(6)
 U_LONG_LONG, INTEGER, U_INTEGER, DECIMAL_PKD, ORA_VARNUM = range(6, 11)
 
 MASK, RANDOM, CTRLBLK = 0, 1, 2
+ENCRYPT, DECRYPT = 0x10, 0x30   # method byte bits: the keyed methods
+KEY = 15                        # operand slot: the 16 key operands (an odd value adds a tweak)
 
 
 def countries_present():
@@ -67,6 +69,8 @@ def provider_seeds(index, cc, lines):
         provider_seed(index, MASK, WCHAR, 24, 3, with_null, two_calls=True, error_limit=4),
         provider_seed(index, RANDOM, VARCHAR_SZ, 24, 0, with_null),
         provider_seed(index, CTRLBLK, WVARCHAR, 24, 2, text_rows, ctrl_method=0x1407),
+        provider_seed(index, ENCRYPT, VARCHAR, 32, 0, text_rows, operands=((KEY, 0x2B7E),)),
+        provider_seed(index, DECRYPT, WVARCHAR_SZ, 24, 2, text_rows, operands=((KEY, 0x1501),)),
     ]
     if cc in ("US", "CA"):
         seeds.append(provider_seed(index, MASK, INTEGER, 9, 2, digits))

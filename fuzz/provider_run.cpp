@@ -85,7 +85,9 @@ int32_t ExpectedEarlyExit(const RunState& run, const Batch& batch) {
     if (batch.rows.empty()) return QRNP_MSG_ROWSET_EMPTY;
     if (s.options.sSrcColIndex >= batch.rows[0].sColCount) return QRNP_MSG_SRC_COLUMN_INDEX;
     const uint16_t m = s.sServiceMethod;
-    if (m != QRNP_METHOD_MASK && m != QRNP_METHOD_RANDOM && m != QRNP_METHOD_CTRLBLK) return QRNP_MSG_INVALID_METHOD;
+    const bool bKeyedMethod = s.bKeyed && (m == QRNP_METHOD_ENCRYPT || m == QRNP_METHOD_DECRYPT);
+    if (m != QRNP_METHOD_MASK && m != QRNP_METHOD_RANDOM && m != QRNP_METHOD_CTRLBLK && !bKeyedMethod)
+        return QRNP_MSG_INVALID_METHOD;
     return 0;
 }
 

@@ -32,7 +32,7 @@ constexpr uint16_t kOperandKeys[16] = {
     QRNP_OPR_METHOD,       QRNP_OPR_FR_PARTS,     QRNP_OPR_ES_PARTS,     QRNP_OPR_IT_FLAGS,
     QRNP_OPR_UK_DATA,      QRNP_OPR_US_SLOT3,     QRNP_OPR_CA_PARTS,     QRNP_OPR_FR_SEPARATOR,
     QRNP_OPR_ES_SEPARATOR, QRNP_OPR_IT_SEPARATOR, QRNP_OPR_UK_SEPARATOR, QRNP_OPR_US_SEPARATOR,
-    QRNP_OPR_CA_SEPARATOR, QRNP_OPR_UK_FORM,      QRNP_OPR_US_FLAGS,     0,
+    QRNP_OPR_CA_SEPARATOR, QRNP_OPR_UK_FORM,      QRNP_OPR_US_FLAGS,     0,  // 0: a key
 };
 
 std::wstring SwitchValue(uint32_t iCountry, int iStyle) {
@@ -73,6 +73,7 @@ ProviderScenario DecodeScenario(const uint8_t* pData, size_t iSize) {
     const uint16_t sMethodValue = in.U16();
     constexpr uint16_t kServiceMethods[3] = {QRNP_METHOD_MASK, QRNP_METHOD_RANDOM, QRNP_METHOD_CTRLBLK};
     s.sServiceMethod = (bMethod & 3) == 3 ? sMethodValue : kServiceMethods[bMethod & 3];
+    if ((bMethod & 0x10) != 0) s.sServiceMethod = (bMethod & 0x20) != 0 ? QRNP_METHOD_DECRYPT : QRNP_METHOD_ENCRYPT;
     if ((bMethod & 4) != 0 || s.sServiceMethod == QRNP_METHOD_CTRLBLK)
         o.sMethod = sMethodValue;
     else
@@ -114,7 +115,17 @@ ProviderScenario DecodeScenario(const uint8_t* pData, size_t iSize) {
     for (int i = 0; i < nOperands; ++i) {
         const uint8_t bKey = in.U8();
         const uint16_t key = bKey < 16 ? kOperandKeys[bKey] : static_cast<uint16_t>(0x1800 + bKey);
-        o.operands.emplace_back(key, in.U16());
+        const uint16_t sValue = in.U16();
+        if (key == 0) {
+            // The whole key from the value, and a tweak when its low bit is set.
+            for (uint16_t k = QRNP_OPR_KEY_FIRST; k <= QRNP_OPR_KEY_LAST; ++k)
+                o.operands.emplace_back(k, static_cast<uint16_t>(sValue * (k - QRNP_OPR_KEY_FIRST + 1)));
+            if (sValue & 1)
+                for (uint16_t k = QRNP_OPR_TWEAK_FIRST; k <= QRNP_OPR_TWEAK_LAST; ++k) o.operands.emplace_back(k, k);
+            s.bKeyed = true;
+            continue;
+        }
+        o.operands.emplace_back(key, sValue);
     }
 
     while (!in.Empty() && s.cells.size() < kMaxRows) {

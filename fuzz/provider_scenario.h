@@ -9,7 +9,8 @@
 //           switch that is not a wide string
 //    1      method: bits 0-1 mask, random, take the CtrlBlk's, any other
 //           value (bytes 2-3); bit 2 the CtrlBlk method and operand 0x100B
-//           are bytes 2-3 rather than the method served; bit 3 no 0x100B operand
+//           are bytes 2-3 rather than the method served; bit 3 no 0x100B operand;
+//           bit 4 encrypt instead (bit 5: decrypt)
 //    2-3    a 16-bit method value
 //    4      column type (modulo 16: the six character types, five numeric
 //           ones, five that no country takes)
@@ -30,7 +31,9 @@
 //    16     heap call to fail
 //    17-18  GetInfo request (signed); 19: its buffer size (255: none)
 //    20     operand count (modulo 9), then 3 bytes each: key (below 16 one
-//           of the option keys, else 0x1800 + the byte), 16-bit value
+//           of the option keys, 15 the 16 key operands made from the value
+//           and, for an odd value, the tweak's; else 0x1800 + the byte),
+//           16-bit value
 //    rows, to the end of the input (at most 256): a control byte (bits 0-1:
 //           text, NULL, raw cell bytes, text in a row already taken) and a
 //           byte string (one length byte, or 255 and a 16-bit length);
@@ -50,6 +53,7 @@ struct ProviderScenario {
     hostkit::InstanceOptions options;
     hostkit::BatchOptions batchOptions;
     uint16_t sServiceMethod = 0;            // the method Service is called with
+    bool bKeyed = false;                    // the key operands are given (encrypt and decrypt are methods)
     bool bTrace = false;
     int iFailHeapCall = 0;                  // 0: no injected heap failure
     int16_t sInfoRequest = 0;
