@@ -4,6 +4,7 @@
 #include <cwchar>
 
 #include <qrnp/qrnp_common.h>
+#include <qrnp/qrnp_messages.h>
 
 #include "common/cmn_trace.h"
 
@@ -90,8 +91,8 @@ int32_t CountBeforeTerminator(const void* pSrc, size_t iUnit, int32_t iMax) {
 }
 
 // Status codes of QRNP_IsZeroOrZeroLength.
-constexpr int32_t kZeroLengthChar = 74;     // 'J'
-constexpr int32_t kZeroLengthNumeric = 75;  // 'K'
+constexpr int32_t kZeroLengthChar = QRNP_MSG_EMPTY_CHARACTER_VALUE;   // 'J'
+constexpr int32_t kZeroLengthNumeric = QRNP_MSG_EMPTY_NUMERIC_VALUE;  // 'K'
 
 int32_t ZeroLengthStatus(int32_t iCode) {
     switch (iCode) {
@@ -252,8 +253,8 @@ extern "C" int32_t QRNPAllocateBuffer1(void** ppBuffer, int32_t* piSize, int32_t
     TRC_ENTRY(kCmnComp, "QRNPAllocateBuffer1");
     TRC_VAR(kCmnComp, "iNewSize", KNL_TRC_I32, &iNewSize);
     if (iNewSize < 1 || ppBuffer == nullptr || piSize == nullptr) {
-        TRC_EXIT(kCmnComp, "QRNPAllocateBuffer1", 107);
-        return 107;
+        TRC_EXIT(kCmnComp, "QRNPAllocateBuffer1", QRNP_MSG_BAD_ALLOC_SIZE);
+        return QRNP_MSG_BAD_ALLOC_SIZE;
     }
     // Only a buffer that exists has contents worth keeping.
     int32_t iOldSize = (*ppBuffer != nullptr && *piSize > 0) ? *piSize : 0;
@@ -262,8 +263,8 @@ extern "C" int32_t QRNPAllocateBuffer1(void** ppBuffer, int32_t* piSize, int32_t
     *ppBuffer = pNew;  // replaced even when null: a failed reallocation loses the old block
     if (pNew == nullptr) {
         TRC_TEXT(kCmnComp, "Out of memory");
-        TRC_EXIT(kCmnComp, "QRNPAllocateBuffer1", 106);
-        return 106;
+        TRC_EXIT(kCmnComp, "QRNPAllocateBuffer1", QRNP_MSG_NO_MEMORY);
+        return QRNP_MSG_NO_MEMORY;
     }
     if (bKeep == 1) {
         if (iOldSize < iNewSize) std::memset(static_cast<char*>(pNew) + iOldSize, 0, static_cast<size_t>(iNewSize - iOldSize));

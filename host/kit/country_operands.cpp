@@ -153,9 +153,9 @@ bool AppendNamedOperands(const std::string& countrySwitch, const NamedSettings& 
         }
         uint32_t value = 0;
         if (settings.areaTable == "2006") {
-            value = 2;
+            value = kUsAreaTable2006;
         } else if (settings.areaTable == "2008") {
-            value = 4;
+            value = kUsAreaTable2008;
         } else if (settings.areaTable != "2010") {
             *pError = "area table: '" + settings.areaTable + "' is none of 2006, 2008, 2010";
             return false;

@@ -12,6 +12,10 @@ namespace hostkit {
 
 using Operand = std::pair<uint16_t, uint32_t>;  // key id, value
 
+// The area-table bits of the United States flags operand (neither: the 2010 table).
+inline constexpr uint32_t kUsAreaTable2006 = 2;
+inline constexpr uint32_t kUsAreaTable2008 = 4;
+
 // The settings as a user writes them; empty means not given.
 struct NamedSettings {
     std::string parts;      // comma-separated part names

@@ -126,7 +126,7 @@ int UsAreaTable(const ResolvedMasking& resolved) {
     uint32_t iFlags = 0;
     for (const auto& [sKey, iValue] : resolved.instance.operands)
         if (sKey == QRNP_OPR_US_FLAGS) iFlags = iValue;
-    return (iFlags & 2) != 0 ? 2006 : (iFlags & 4) != 0 ? 2008 : 2010;
+    return (iFlags & kUsAreaTable2006) != 0 ? 2006 : (iFlags & kUsAreaTable2008) != 0 ? 2008 : 2010;
 }
 
 std::string DescribeMasking(const ResolvedMasking& resolved) {
