@@ -10,15 +10,15 @@
 # without the default or CLI11's ":UINT ..." check, or "-" for a flag. The
 # first line naming an option wins (the notes after the options mention some).
 _nidmask_options() {
-  local line spec names type name
+  local line entry names type name
   local -A seen=()
   while IFS= read -r line; do
     line=${line#"${line%%[![:space:]]*}"}
     [[ $line == -* ]] || continue
-    spec=${line%%  *}
-    names=${spec%% *}
+    entry=${line%%  *}
+    names=${entry%% *}
     type=-
-    [[ $spec == *" "* ]] && type=${spec#* } && type=${type%% *}
+    [[ $entry == *" "* ]] && type=${entry#* } && type=${type%% *}
     type=${type%%:*}
     [[ $type == *"|"* ]] && type=${type%%=*}
     local IFS=,
