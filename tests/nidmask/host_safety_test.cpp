@@ -1,7 +1,11 @@
 // What nidmask promises its users: files written as what they are, no record
 // lost, no run ended by one bad row, nothing masked twice, no identifier in
 // clear unless asked for.
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+
+#include <cstring>
 
 #include <set>
 #include <thread>
@@ -53,6 +57,31 @@ TEST_F(HostSafetyTest, OutputIsWrittenAsWhatThePathIs) {
     reader.join();
     EXPECT_EQ(fromFifo, expected);
     EXPECT_TRUE(S_ISFIFO(ModeOf(Path("fifo"))));
+
+    // /dev/stdout names whatever standard output is: here a pipe.
+    EXPECT_EQ(Run("--country FR -q in.txt -o /dev/stdout | cat > piped.txt; true").iExit, 0);
+    EXPECT_EQ(ReadFile(Path("piped.txt")), expected);
+
+    // A UNIX socket is connected to and written.
+    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string socketPath = Path("sock").string();
+    ASSERT_LT(socketPath.size(), sizeof(address.sun_path));
+    std::memcpy(address.sun_path, socketPath.c_str(), socketPath.size() + 1);
+    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    ASSERT_EQ(listen(listener, 1), 0);
+    std::string fromSocket;
+    std::thread acceptor([&] {
+        const int connection = accept(listener, nullptr, nullptr);
+        char buffer[4096];
+        for (ssize_t n; (n = read(connection, buffer, sizeof(buffer))) > 0;) fromSocket.append(buffer, static_cast<size_t>(n));
+        close(connection);
+    });
+    EXPECT_EQ(Run("--country FR -q in.txt -o sock").iExit, 0);
+    acceptor.join();
+    close(listener);
+    EXPECT_EQ(fromSocket, expected);
 }
 
 TEST_F(HostSafetyTest, TwoOptionsNamingOneFileAreAUsageError) {
@@ -60,7 +89,13 @@ TEST_F(HostSafetyTest, TwoOptionsNamingOneFileAreAUsageError) {
     fs::create_symlink("ids.txt", Path("alias.txt"));
     for (const char* pArgs : {"ids.txt --report ids.txt", "ids.txt --trace alias.txt", "ids.txt -o x --report x",
                               "ids.txt -o x --trace ./x", "ids.txt --report r --trace r",
-                              "--db ids.txt --table t --column c --report ids.txt"}) {
+                              "--db ids.txt --table t --column c --report ids.txt",
+                              // Standard streams are the files they are open on.
+                              // (Run reads standard input from "stdin" and writes standard output to "stdout".)
+                              "--report stdin", "ids.txt --report stdout", "stdout",
+                              "--method encrypt --key-file key -o key ids.txt"}) {
+        WriteFile(Path("key"), std::string(64, 'a') + "\n");
+        fs::permissions(Path("key"), fs::perms(0600));
         const RunResult result = Run(std::string("--country FR ") + pArgs);
         EXPECT_EQ(result.iExit, 2) << pArgs;
         EXPECT_NE(result.err.find("name the same file"), std::string::npos) << pArgs << ": " << result.err;
@@ -195,6 +230,10 @@ TEST_F(HostSafetyTest, CsvDialectsAndColumnNames) {
         {"--column fr_nir --delimiter tab", "id,fr_nir\n", 2, "is the delimiter ','?"},
         {"--column fr_nri", "id,fr_nir\n", 2, "no such column (it has id, fr_nir); did you mean fr_nir?"},
         {"--column NIR", "nir,Nir\n", 2, "several columns"},
+        // Header names that may be values (a file without a header) are not shown.
+        {"--column ssn", "123-45-6789,John,269037511604241\n", 2, "(it has [12... 11 characters], John, [26..."},
+        {"--column 1", "123-45-6789;x\n", 2, "single column, '[12... 13 characters]'"},
+        {"--column 1 --header", "a;b\n" + kValidFr[0] + "\n", 0, "a;b\n" + masked + "\n"},
     };
     for (const Case& c : cases) {
         const RunResult result = Run(std::string("--country FR --format csv -q ") + c.pArgs, c.input);
@@ -207,6 +246,7 @@ TEST_F(HostSafetyTest, CsvDialectsAndColumnNames) {
     }
     EXPECT_EQ(Run("--country FR --format tsv -q --column fr_nir", "id\tfr_nir\n1\t" + kValidFr[0] + "\n").out,
               "id\tfr_nir\n1\t" + masked + "\n");
+    EXPECT_EQ(Run("--country FR --format tsv --delimiter ';'").iExit, 2);
 }
 
 TEST_F(HostSafetyTest, HelpPutsUsersFirst) {
@@ -223,8 +263,9 @@ TEST_F(HostSafetyTest, HelpPutsUsersFirst) {
 void MakeSsnTable(const fs::path& path, const std::string& definition, const std::vector<std::string>& values) {
     sqlite3* pDb = nullptr;
     ASSERT_EQ(sqlite3_open(path.c_str(), &pDb), SQLITE_OK);
-    std::string sql = "CREATE TABLE t(" + definition + ");";
+    std::string sql = "BEGIN; CREATE TABLE t(" + definition + ");";
     for (const std::string& value : values) sql += "INSERT INTO t(ssn) VALUES(" + value + ");";
+    sql += "COMMIT;";
     ASSERT_EQ(sqlite3_exec(pDb, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(pDb);
     sqlite3_close(pDb);
 }
@@ -262,6 +303,7 @@ TEST_F(HostSafetyTest, EveryTableRowIsMaskedExactlyOnce) {
         const char* pType;
     };
     const Case cases[] = {
+        {"rowid TEXT, ssn TEXT", ""},  // the rowid by another of its names
         {"ssn INTEGER PRIMARY KEY, x", ""},
         {"ssn INTEGER NOT NULL, x, PRIMARY KEY(ssn)", ""},
         {"ssn TEXT PRIMARY KEY, x) WITHOUT ROWID; SELECT (1", "--type U_LONG_LONG"},
@@ -288,16 +330,24 @@ TEST_F(HostSafetyTest, EveryTableRowIsMaskedExactlyOnce) {
 TEST_F(HostSafetyTest, UniqueColumnsSurviveTransientClashesAndNameRealOnes) {
     const std::string first = "123-45-6789";
     const std::string itsMask = Lines(Run("--country US -q", first + "\n").out)[0];
-    MakeSsnTable(Path("u.db"), "ssn TEXT UNIQUE", {"'" + first + "'", "'" + itsMask + "'"});
-    const RunResult swapped = Run("--country US --db u.db --table t --column ssn -q");
-    EXPECT_EQ(swapped.iExit, 0) << swapped.err;
-    EXPECT_EQ(SsnValues(Path("u.db"))[0], itsMask);
+    for (const char* pDefinition : {"ssn TEXT UNIQUE", "ssn TEXT UNIQUE CHECK (length(ssn) = 11)"}) {
+        fs::remove(Path("u.db"));
+        MakeSsnTable(Path("u.db"), pDefinition, {"'" + first + "'", "'" + itsMask + "'"});
+        const RunResult swapped = Run("--country US --db u.db --table t --column ssn -q");
+        EXPECT_EQ(swapped.iExit, 0) << pDefinition << ": " << swapped.err;
+        EXPECT_EQ(SsnValues(Path("u.db"))[0], itsMask);
+    }
+    // Other constraints are named as SQLite names them.
+    MakeSsnTable(Path("n.db"), "ssn TEXT NOT NULL", {"'" + first + "'", "'12'"});
+    const RunResult notNull = Run("--country US --db n.db --table t --column ssn --on-reject null");
+    EXPECT_EQ(notNull.iExit, 4);
+    EXPECT_NE(notNull.err.find("row 2: NOT NULL constraint failed"), std::string::npos) << notNull.err;
 
     // Two layouts of one number mask to one value once separators are dropped.
     MakeSsnTable(Path("c.db"), "ssn TEXT UNIQUE", {"'111'", "'" + first + "'", "'123456789'"});
     const RunResult clash = Run("--country US --db c.db --table t --column ssn --separator none --on-reject null");
     EXPECT_EQ(clash.iExit, 4);
-    EXPECT_NE(clash.err.find("rows 2 and 3 are masked to the same value"), std::string::npos) << clash.err;
+    EXPECT_NE(clash.err.find("rows 2 and 3 would both hold the same value"), std::string::npos) << clash.err;
     EXPECT_EQ(SsnValues(Path("c.db")), (std::vector<std::string>{"111", first, "123456789"}));
 }
 

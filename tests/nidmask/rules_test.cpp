@@ -2,6 +2,8 @@
 // mistake in a rules file named with its line and key.
 #include <sys/wait.h>
 
+#include <chrono>
+
 #include <nlohmann/json.hpp>
 #include <sqlite3.h>
 
@@ -45,7 +47,11 @@ TEST_F(RulesTest, MistakesNameTheFileLineAndKey) {
         {Rule("column = \"a\"\ncountry = \"FR\"\npartz = \"sex\""), "", "r.toml:4: 'partz' is not a rule key"},
         {Rule("column = \"a\"\ncountry = \"FR\"\nvalidate = \"yes\""), "", "r.toml:4: validate: true or false"},
         {Rule("column = \"a\"\ncountry = \"Ukraine\""), "", "r.toml:3: country: 'Ukraine' is none of"},
-        {Rule("column = \"a\"\ncountry = \"ES\"\nparts = \"head\""), "", "r.toml:1: parts: ES has no parts"},
+        {Rule("column = \"a\"\ncountry = \"ES\"\nparts = \"head\""), "", "r.toml:4: parts: ES has no parts"},
+        {Rule("column = \"a\"\ncountry = \"FR\""), "--area-table 2006", "--area-table: no rule masks US identifiers"},
+        {Rule("column = \"a\"\ncountry = \"US\"\nform = 3"), "", "r.toml:4: form applies to UK"},
+        {Rule("column = \"a\"\ncountry = \"US\"\nfill_null = true"), "", "r.toml:4: fill_null needs method"},
+        {Rule("column = \"a\"\ncountry = \"US\"\ntweak = \"t\""), "", "r.toml:4: tweak needs method"},
         {Rule("column = \"a\"\ncountry = \"FR\"\nlength = 0"), "", "r.toml:4: length: must be between 1 and 8191"},
         {Rule("column = \"a\"\ncountry = \"FR\"\noptions = { x = 1 }"), "", "options: 'x' is not a 16-bit operand key"},
         {Rule("country = \"FR\""), "", "r.toml:1: the rule has no column"},
@@ -58,7 +64,7 @@ TEST_F(RulesTest, MistakesNameTheFileLineAndKey) {
         {Rule("column = \"a\"\ncountry = \"FR\"") + Rule("column = \"b\"\ncountry = \"US\""), "",
          "2 rules for lines input"},
         {"format = \"csv\"\n" + Rule("column = \"nope\"\ncountry = \"FR\""), kPeople.c_str(),
-         "r.toml:2: --column nope: the header has no such column"},
+         "r.toml:3: column nope: the header has no such column"},
         {Rule("table = \"person\"\ncolumn = \"fr_nir\"\ncountry = \"FR\""), "--country FR", "--rules and --country"},
     };
     for (const Case& c : cases) {
@@ -130,6 +136,12 @@ TEST_F(RulesTest, DatabaseRulesAreAllOrNothing) {
     EXPECT_NE(failed.err.find("the database is unchanged"), std::string::npos) << failed.err;
     EXPECT_EQ(Snapshot(Path("bad.db")), before);
 
+    // A column the table lacks is named with its rule's line, whichever rule it is.
+    WriteFile(Path("r2.toml"), kTwoTableRules + Rule("table = \"person\"\ncolumn = \"nope\"\ncountry = \"US\""));
+    const RunResult missing = Run("--rules r2.toml --db bad.db");
+    EXPECT_EQ(missing.iExit, 2);
+    EXPECT_NE(missing.err.find("r2.toml:11: bad.db: table person has no column nope"), std::string::npos) << missing.err;
+
     MakeTwoTables(Path("good.db"), 50, "536-22-8079");
     EXPECT_EQ(Run("--rules r.toml --db good.db -q").iExit, 0);
     EXPECT_EQ(Snapshot(Path("good.db")), Masked({kValidFr[0]})[0] + "/536-20-2154/");
@@ -141,7 +153,14 @@ TEST_F(RulesTest, KilledDuringAMultiTableRunLeavesEachTableWholeOrUntouched) {
     MakeTwoTables(Path("big.db"), kRows, "536-22-8079");
     const std::string before = Snapshot(Path("big.db"));
     const std::string after = Masked({kValidFr[0]})[0] + "/536-20-2154/";
-    for (int delayMs : {50, 150, 400}) {
+    // Kills spread over the time a whole run takes, so that some land in
+    // each table and some after the commit.
+    std::filesystem::copy_file(Path("big.db"), Path("run.db"), std::filesystem::copy_options::overwrite_existing);
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(Run("--rules r.toml --db run.db --batch 100 -q").iExit, 0);
+    const auto wholeMs = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+    for (const int iPercent : {10, 35, 60, 85, 110}) {
+        const int delayMs = static_cast<int>(wholeMs.count() * iPercent / 100);
         std::filesystem::copy_file(Path("big.db"), Path("run.db"), std::filesystem::copy_options::overwrite_existing);
         const std::string command = "cd '" + dir_.string() + "' && exec " + NIDMASK_BIN +
                                     " --rules r.toml --db run.db --batch 100 -q";

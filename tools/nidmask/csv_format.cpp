@@ -6,6 +6,7 @@
 
 #include "csv_field.h"
 #include "host_messages.h"
+#include "messages.h"
 
 namespace nidmask {
 
@@ -46,32 +47,32 @@ bool CsvSource::ReadHeader(std::string* pError) {
     return pError->empty();
 }
 
-long CsvSource::ResolveColumn(const std::string& spec, std::string* pError) const {
+long CsvSource::ResolveColumn(const std::string& column, std::string* pError) const {
     const size_t nFields = bHeader_ ? header_.FieldCount() : 0;
-    if (spec.empty()) return 0;
-    if (spec.find_first_not_of("0123456789") == std::string::npos) {
-        const long iNumber = spec.size() > 9 ? 0 : std::stol(spec);
+    if (column.empty()) return 0;
+    if (column.find_first_not_of("0123456789") == std::string::npos) {
+        const long iNumber = column.size() > 9 ? 0 : std::stol(column);
         if (iNumber < 1) {
-            *pError = "--column " + spec + ": column numbers start at 1";
+            *pError = "column numbers start at 1";
             return -1;
         }
         if (bHeader_ && static_cast<size_t>(iNumber) > nFields) {
-            *pError = "--column " + spec + ": the header has " + std::to_string(nFields) + " columns";
+            *pError = "the header has " + std::to_string(nFields) + " columns";
             return -1;
         }
         return iNumber - 1;
     }
     if (!bHeader_) {
-        *pError = "--column " + spec + ": the input has no header to find the name in";
+        *pError = "the input has no header to find the name in";
         return -1;
     }
     for (size_t i = 0; i < nFields; ++i)
-        if (header_.Value(i) == spec) return static_cast<long>(i);
+        if (header_.Value(i) == column) return static_cast<long>(i);
     long iFound = -1;
     for (size_t i = 0; i < nFields; ++i) {
-        if (Lower(header_.Value(i)) != Lower(spec)) continue;
+        if (Lower(header_.Value(i)) != Lower(column)) continue;
         if (iFound >= 0) {
-            *pError = "--column " + spec + ": the header has several columns of that name in other cases";
+            *pError = "the header has several columns of that name in other cases";
             return -1;
         }
         iFound = static_cast<long>(i);
@@ -80,11 +81,11 @@ long CsvSource::ResolveColumn(const std::string& spec, std::string* pError) cons
     std::string names;
     size_t iNearest = 0;
     for (size_t i = 0; i < nFields; ++i) {
-        names += (i == 0 ? "" : ", ") + std::string(header_.Value(i));
-        if (Distance(header_.Value(i), spec) < Distance(header_.Value(iNearest), spec)) iNearest = i;
+        names += (i == 0 ? "" : ", ") + ShownName(header_.Value(i), bShowValues_);
+        if (Distance(header_.Value(i), column) < Distance(header_.Value(iNearest), column)) iNearest = i;
     }
-    *pError = "--column " + spec + ": the header has no such column (it has " + names + ")";
-    if (nFields > 0) *pError += "; did you mean " + std::string(header_.Value(iNearest)) + "?";
+    *pError = "the header has no such column (it has " + names + ")";
+    if (nFields > 0) *pError += "; did you mean " + ShownName(header_.Value(iNearest), bShowValues_) + "?";
     return -1;
 }
 
@@ -93,7 +94,7 @@ std::string CsvSource::HeaderProblem() const {
     const std::string_view name = header_.Value(0);
     for (const char c : {',', ';', '\t', '|'}) {
         if (c == cDelimiter_ || name.find(c) == std::string_view::npos) continue;
-        return "the header has a single column, '" + std::string(name.substr(0, 60)) + "': is the delimiter '" +
+        return "the header has a single column, '" + ShownName(name.substr(0, 60), bShowValues_) + "': is the delimiter '" +
                DelimiterName(c) + "'? (--delimiter " + (c == '\t' ? "tab" : "'" + std::string(1, c) + "'") + ")";
     }
     return "";

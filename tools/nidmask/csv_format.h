@@ -38,11 +38,14 @@ public:
     // (*pError set); an empty input has no header (Header() stays null).
     bool ReadHeader(std::string* pError);
     const CsvRecord* Header() const { return bHeader_ ? &header_ : nullptr; }
+    // Messages show header names that may be values in clear (see ShownName).
+    void ShowValues(bool bShow) { bShowValues_ = bShow; }
 
     // The 0-based index of a column given by header name (exact, else
     // ignoring ASCII case) or 1-based number. -1 with a message naming the
-    // header's columns and the nearest name.
-    long ResolveColumn(const std::string& spec, std::string* pError) const;
+    // header's columns and the nearest name (the caller says which option
+    // or rule key gave the column).
+    long ResolveColumn(const std::string& column, std::string* pError) const;
 
     // Usage problems the header shows: a single column whose name holds
     // another delimiter. "" when none.
@@ -66,6 +69,7 @@ private:
     std::string nullText_;
     CsvRecord header_;
     bool bHeader_ = false;
+    bool bShowValues_ = false;
     CsvRecord record_;
     bool bPending_ = false;   // record_ was read ahead by MoreLeft
     std::vector<size_t> columns_;

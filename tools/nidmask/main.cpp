@@ -55,11 +55,22 @@ int main(int argc, char** argv) {
         return kExitOk;
     }
 
-    const std::string clash = SameFileProblem({{"INPUT", options.input},
-                                               {"-o", options.output},
-                                               {"--report", options.reportPath},
-                                               {"--trace", options.tracePath},
-                                               {"--db", options.dbPath}});
+    // Every file the run reads or writes, the standard streams included when
+    // the run uses them: nothing written may land on another of them.
+    const bool bDatabase = !options.dbPath.empty();
+    std::vector<FileUse> uses = {{"INPUT", options.input, -1, false},
+                                 {"-o", options.output, -1, true},
+                                 {"--report", options.reportPath, -1, true},
+                                 {"--trace", options.tracePath, -1, true},
+                                 {"--db", options.dbPath, -1, true},
+                                 {"--rules", options.rulesPath, -1, false}};
+    for (const ColumnRule& rule : options.rules)
+        if (!rule.keyFile.empty()) uses.push_back({"the key file", rule.keyFile, -1, false});
+    if (!bDatabase && !options.count && (options.input.empty() || options.input == "-"))
+        uses.push_back({"standard input", "", STDIN_FILENO, false});
+    if (!bDatabase && (options.output.empty() || options.output == "-"))
+        uses.push_back({"standard output", "", STDOUT_FILENO, true});
+    const std::string clash = SameFileProblem(uses);
     if (!clash.empty()) {
         PrintError(clash);
         return kExitUsage;

@@ -1,6 +1,8 @@
 // Rendering messages: the host kit's catalogue, nidmask's own messages, redaction.
 #include "messages.h"
 
+#include <algorithm>
+
 #include "column_types.h"
 #include "host_messages.h"
 #include "message_catalogue.h"
@@ -17,6 +19,14 @@ std::string RedactedValue(const std::wstring& value) {
     std::string text = "[";
     if (value.size() > 2 * kShown) text += hostkit::ToUtf8(value.substr(0, kShown)) + "... ";
     return text + std::to_string(value.size()) + (value.size() == 1 ? " character]" : " characters]");
+}
+
+std::string ShownName(std::string_view name, bool bShowValues) {
+    const auto nDigits = std::count_if(name.begin(), name.end(), [](char c) { return c >= '0' && c <= '9'; });
+    if (bShowValues || nDigits < 5) return std::string(name);
+    std::wstring wide;
+    if (!hostkit::FromUtf8(std::string(name), &wide)) wide.assign(name.begin(), name.end());
+    return RedactedValue(wide);
 }
 
 std::string TokenText(const std::pair<int32_t, std::wstring>& token, bool bShowValues) {

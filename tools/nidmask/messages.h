@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hostkit.h"
@@ -25,6 +26,12 @@ std::string RenderMessage(const hostkit::Message& message, bool bShowValues);
 // A value as messages show it by default: "[26... 15 characters]", its
 // first two characters only when it has more than four.
 std::string RedactedValue(const std::wstring& value);
+
+// A name read from the data (a CSV header field, a key column's value) as
+// messages show it: as it is when it holds fewer than five digits, which no
+// identifier does, else redacted like a value unless bShowValues. A header
+// may be the first record of a file without one.
+std::string ShownName(std::string_view name, bool bShowValues);
 
 // A token's text as messages and reports show it (redacted unless bShowValues).
 std::string TokenText(const std::pair<int32_t, std::wstring>& token, bool bShowValues);

@@ -369,33 +369,71 @@ void ResolveCommandLineRule(const CLI::App& app, RawValues& v) {
     if (!v.keyFile.empty()) {
         std::string error;
         if (!ReadKeyFile(v.keyFile, &rule.masking.key, &error)) throw UsageError{"--key-file: " + error};
+        rule.keyFile = v.keyFile;
     }
     if (app.count("--count") > 0) rule.bFillNull = true;  // the rows have no source: generate for each
     if (app.count("--switch") > 0 && rule.masking.switchText.empty()) throw UsageError{"--switch: empty country switch"};
 }
 
-// Rule settings given on the command line override every rule of the file.
+// Rule settings given on the command line override the file's. Settings of
+// one country (--form, --area-table) apply to that country's rules, and
+// --fill-null, --key-file and --tweak to the rules whose method uses them;
+// everything else to every rule. Each key overridden is then "the command
+// line" in messages.
 void OverrideRule(const CLI::App& app, const ColumnRule& cli, ColumnRule* pRule) {
     hostkit::MaskingSettings& m = pRule->masking;
     const hostkit::MaskingSettings& c = cli.masking;
-    const auto given = [&](const char* pName) { return app.count(pName) > 0; };
-    if (given("--method")) m.method = c.method;
-    if (given("--ctrl-method")) m.ctrlMethod = c.ctrlMethod;
-    if (given("--validate")) m.bValidate = c.bValidate;
-    if (given("--pass-invalid")) m.bPassInvalid = c.bPassInvalid;
-    if (given("--parts")) m.named.parts = c.named.parts;
-    if (given("--separator")) m.named.separator = c.named.separator;
-    if (given("--form")) m.named.form = c.named.form;
-    if (given("--area-table")) m.named.areaTable = c.named.areaTable;
-    if (given("--type")) m.dataType = c.dataType;
-    if (given("--length")) m.iLength = c.iLength;
-    if (given("--in-place")) m.bInPlace = c.bInPlace;
-    if (given("--official")) m.bOfficial = c.bOfficial;
-    if (given("--key-file")) m.key = c.key;
-    if (given("--tweak")) m.tweak = c.tweak;
-    if (given("--option")) m.rawOperands.insert(m.rawOperands.end(), c.rawOperands.begin(), c.rawOperands.end());
-    if (given("--on-reject")) pRule->onReject = cli.onReject;
-    if (given("--fill-null")) pRule->bFillNull = cli.bFillNull;
+    const std::string country = hostkit::CountryCode(m.country);
+    const auto given = [&](const char* pOption, const char* pKey) {
+        if (app.count(pOption) == 0) return false;
+        if (pKey != nullptr) pRule->keyOrigins[pKey] = std::string("the command line (") + pOption + ")";
+        return true;
+    };
+    if (given("--method", "method")) m.method = c.method;
+    if (given("--ctrl-method", "method")) m.ctrlMethod = c.ctrlMethod;
+    if (given("--validate", "validate")) m.bValidate = c.bValidate;
+    if (given("--pass-invalid", "pass_invalid")) m.bPassInvalid = c.bPassInvalid;
+    if (given("--parts", "parts")) m.named.parts = c.named.parts;
+    if (given("--separator", "separator")) m.named.separator = c.named.separator;
+    if (country == "UK" && given("--form", "form")) m.named.form = c.named.form;
+    if (country == "US" && given("--area-table", "area_table")) m.named.areaTable = c.named.areaTable;
+    if (given("--type", "type")) m.dataType = c.dataType;
+    if (given("--length", "length")) m.iLength = c.iLength;
+    if (given("--in-place", nullptr)) m.bInPlace = c.bInPlace;
+    if (given("--official", "official")) m.bOfficial = c.bOfficial;
+    if (given("--option", "options"))
+        m.rawOperands.insert(m.rawOperands.end(), c.rawOperands.begin(), c.rawOperands.end());
+    if (given("--on-reject", "on_reject")) pRule->onReject = cli.onReject;
+    const bool bKeyed = m.method == "encrypt" || m.method == "decrypt";
+    if (bKeyed && given("--key-file", "key_file")) m.key = c.key, pRule->keyFile = cli.keyFile;
+    if (bKeyed && given("--tweak", "tweak")) m.tweak = c.tweak;
+    if (pRule->IsRandom() && given("--fill-null", "fill_null")) pRule->bFillNull = cli.bFillNull;
+}
+
+// A command-line setting that applies to none of the file's rules is a
+// mistake, not something to ignore.
+void CheckOverridesApply(const CLI::App& app, const Options& o) {
+    const auto any = [&](const std::function<bool(const ColumnRule&)>& test) {
+        return std::any_of(o.rules.begin(), o.rules.end(), test);
+    };
+    const auto countryIs = [](const char* pCode) {
+        return [pCode](const ColumnRule& r) { return hostkit::CountryCode(r.masking.country) == pCode; };
+    };
+    const auto keyed = [](const ColumnRule& r) { return r.masking.method == "encrypt" || r.masking.method == "decrypt"; };
+    const struct {
+        const char* pOption;
+        std::function<bool(const ColumnRule&)> applies;
+        const char* pWhy;
+    } checks[] = {
+        {"--form", countryIs("UK"), "no rule masks UK identifiers"},
+        {"--area-table", countryIs("US"), "no rule masks US identifiers"},
+        {"--key-file", keyed, "no rule encrypts or decrypts"},
+        {"--tweak", keyed, "no rule encrypts or decrypts"},
+        {"--fill-null", [](const ColumnRule& r) { return r.IsRandom(); }, "no rule generates random values"},
+    };
+    for (const auto& check : checks)
+        if (app.count(check.pOption) > 0 && !any(check.applies))
+            throw UsageError{std::string(check.pOption) + ": " + check.pWhy + " in " + o.rulesPath};
 }
 
 // The rules: the file's, with the command line's settings over them, or the
@@ -412,8 +450,10 @@ void ReadRules(const CLI::App& app, RawValues& v, Options& o) {
     std::string error;
     if (!ReadRulesFile(o.rulesPath, &file, &o.rules, &error)) throw UsageError{error};
     for (ColumnRule& rule : o.rules) OverrideRule(app, v.rule, &rule);
+    CheckOverridesApply(app, o);
     if (file.format && app.count("--format") == 0) v.format = *file.format;
-    if (file.cDelimiter && app.count("--delimiter") == 0)
+    // --format tsv on the command line sets the delimiter too.
+    if (file.cDelimiter && app.count("--delimiter") == 0 && !(app.count("--format") > 0 && v.format == "tsv"))
         v.delimiter = *file.cDelimiter == '\t' ? "tab" : std::string(1, *file.cDelimiter);
     if (file.bHeader && app.count("--header") == 0 && app.count("--no-header") == 0)
         (*file.bHeader ? v.bHeader : v.bNoHeader) = true;
@@ -422,10 +462,24 @@ void ReadRules(const CLI::App& app, RawValues& v, Options& o) {
 }
 
 void ResolveFileWide(const CLI::App& app, const RawValues& v, Options& o) {
+    if (v.format == "tsv" && !v.delimiter.empty() && v.delimiter != "tab")
+        throw UsageError{"--format tsv is tab-delimited: it takes no --delimiter '" + v.delimiter + "' (use --format csv)"};
     o.format = v.format == "lines" ? InputFormat::Lines : InputFormat::Csv;
     o.cDelimiter = v.format == "tsv" ? '\t' : v.delimiter == "tab" ? '\t' : v.delimiter.empty() ? ',' : v.delimiter[0];
     o.header = v.bHeader ? HeaderMode::Header : v.bNoHeader ? HeaderMode::NoHeader : HeaderMode::Auto;
     if (app.count("--count") > 0) o.count = v.iCount;
+}
+
+// The rules-file key a message of ResolveMasking is about, from the setting
+// it starts with ("area table applies to US identifiers only" is about
+// area_table), or "" when it names none.
+std::string SettingOfMessage(const std::string& message) {
+    static const std::pair<const char*, const char*> kSettings[] = {
+        {"country", "country"}, {"ctrl method", "method"}, {"method", "method"},   {"parts", "parts"},
+        {"separator", "separator"}, {"form", "form"},     {"area table", "area_table"}};
+    for (const auto& [pText, pKey] : kSettings)
+        if (message.rfind(pText, 0) == 0) return pKey;
+    return "";
 }
 
 // Checks of each rule, and between rules: every rule resolves, a column has
@@ -437,9 +491,23 @@ void CheckRules(const Options& o) {
     for (size_t i = 0; i < o.rules.size(); ++i) {
         const ColumnRule& rule = o.rules[i];
         const std::string where = o.rulesPath.empty() ? "" : rule.origin + ": ";
+        // Where a key of the rule was set, for a message about that key.
+        const auto whereKey = [&](const std::string& key) {
+            return o.rulesPath.empty() ? std::string() : rule.Origin(key) + ": ";
+        };
         hostkit::ResolvedMasking resolved;
         std::string error;
-        if (!hostkit::ResolveMasking(rule.masking, VARCHAR, &resolved, &error)) throw UsageError{where + error};
+        if (!hostkit::ResolveMasking(rule.masking, VARCHAR, &resolved, &error))
+            throw UsageError{whereKey(SettingOfMessage(error)) + error};
+        if (!o.rulesPath.empty()) {
+            // What the command line refuses between options, a rule refuses between its keys.
+            if (rule.bFillNull && !rule.IsRandom())
+                throw UsageError{whereKey("fill_null") + "fill_null needs method = \"random\""};
+            const bool bKeyed = rule.masking.method == "encrypt" || rule.masking.method == "decrypt";
+            for (const char* pKey : {"key_file", "tweak"})
+                if (!bKeyed && rule.keyOrigins.count(pKey) > 0)
+                    throw UsageError{whereKey(pKey) + pKey + " needs method = \"encrypt\" or \"decrypt\""};
+        }
         if (!o.dbPath.empty() && rule.onReject == RejectAction::Drop)
             throw UsageError{where + "on-reject drop cannot leave a row out of a table; a database takes fail, null "
                                      "or empty"};

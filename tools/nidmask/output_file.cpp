@@ -3,7 +3,9 @@
 #include "output_file.h"
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -67,6 +69,28 @@ std::string FollowLinks(const std::string& path) {
     return current;
 }
 
+// A stream connection to the UNIX socket at `path` (a datagram one when the
+// socket takes datagrams), or -1 with errno set.
+int ConnectSocket(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof(address.sun_path)) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    for (const int type : {SOCK_STREAM, SOCK_DGRAM}) {
+        const int fd = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
+        if (fd < 0) return -1;
+        if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) return fd;
+        const int iError = errno;
+        close(fd);
+        errno = iError;
+        if (iError != EPROTOTYPE) return -1;
+    }
+    return -1;
+}
+
 }  // namespace
 
 void NarrowUmask() {
@@ -85,16 +109,20 @@ bool OutputFile::Open(const std::string& path, bool bAtomic, std::string* pError
     }
     path_ = path;
     bOwned_ = true;
-    const std::string target = FollowLinks(path);
+    // What the path finally names (links followed): a device, FIFO or socket
+    // is opened through the path as given (/dev/stdout onto a pipe works so),
+    // a regular file or a new path through the file a symlink names.
     struct stat info {};
-    const bool bExists = stat(target.c_str(), &info) == 0;
-    if (!bAtomic || (bExists && !S_ISREG(info.st_mode))) {
-        // Devices, FIFOs and sockets are written as they are; a FIFO blocks
-        // here until its reader comes.
-        const int flags = bExists && !S_ISREG(info.st_mode) ? O_WRONLY : O_WRONLY | O_CREAT | O_TRUNC;
-        fd_ = open(target.c_str(), flags | O_CLOEXEC, 0600);
-        if (fd_ >= 0 && (!bExists || S_ISREG(info.st_mode))) fchmod(fd_, 0600);  // it may hold identifiers
+    const bool bExists = stat(path.c_str(), &info) == 0;
+    if (bExists && S_ISSOCK(info.st_mode)) {
+        fd_ = ConnectSocket(path);
+    } else if (bExists && !S_ISREG(info.st_mode)) {
+        fd_ = open(path.c_str(), O_WRONLY | O_CLOEXEC);  // a FIFO blocks here until its reader comes
+    } else if (!bAtomic) {
+        fd_ = open(FollowLinks(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        if (fd_ >= 0) fchmod(fd_, 0600);  // it may hold identifiers
     } else {
+        const std::string target = FollowLinks(path);
         const size_t slash = target.rfind('/');
         const std::string dir = slash == std::string::npos ? "" : target.substr(0, slash + 1);
         const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
@@ -107,6 +135,7 @@ bool OutputFile::Open(const std::string& path, bool bAtomic, std::string* pError
             tempPath_ = name.data();
             finalPath_ = target;
             finalMode_ = bExists ? info.st_mode & 07777 : NewFileMode();
+            if (bExists) finalOwner_ = {info.st_uid, info.st_gid};
             WatchTemp(tempPath_);
         }
     }
@@ -141,6 +170,11 @@ bool OutputFile::Commit(std::string* pError) {
     if (bOk && !tempPath_.empty() && fchmod(fd_, finalMode_) != 0) {
         error_ = "cannot set the mode of " + path_ + ": " + std::strerror(errno);
         bOk = false;
+    }
+    // The replaced file's owner and group, where the process may give them
+    // (root may; others keep their own, as any program replacing a file).
+    if (bOk && !tempPath_.empty() && finalOwner_) {
+        if (fchown(fd_, finalOwner_->first, finalOwner_->second) != 0) (void)fchown(fd_, -1, finalOwner_->second);
     }
     if (bOk && bOwned_ && close(fd_) != 0) {
         error_ = "cannot write " + path_ + ": " + std::strerror(errno);

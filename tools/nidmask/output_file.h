@@ -2,16 +2,18 @@
 // is. A regular file (or a new path) can be written atomically: to a
 // temporary file beside it (mode 0600 while it is written), renamed over the
 // final name only by Commit with the old file's mode (or 0666 less the
-// umask), so that an interrupted or failed run never leaves a half-written
-// file under that name. A symlink is followed: its target is replaced, the
+// umask) and owner, so that an interrupted or failed run never leaves a
+// half-written file under that name. A symlink is followed: its target is replaced, the
 // link stays. A character device, FIFO or socket is written directly.
 #ifndef NIDMASK_OUTPUT_FILE_H
 #define NIDMASK_OUTPUT_FILE_H
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace nidmask {
 
@@ -67,6 +69,7 @@ private:
     std::string finalPath_; // atomic: the file renamed over (a symlink's target)
     std::string tempPath_;  // atomic: the name written to
     mode_t finalMode_ = 0;  // atomic: the mode the file gets at Commit
+    std::optional<std::pair<uid_t, gid_t>> finalOwner_;  // atomic: the replaced file's owner and group
     std::string buffer_;
     std::string error_;
 };

@@ -1,4 +1,4 @@
-// Comparing paths by the file they name.
+// Comparing paths and standard streams by the file they name.
 #include "path_checks.h"
 
 #include <sys/stat.h>
@@ -11,50 +11,62 @@ namespace nidmask {
 namespace {
 
 struct Identity {
+    bool bKnown = false;      // nothing to compare: no path and no stream
     bool bExists = false;
-    bool bShareable = false;  // a character device
+    bool bShareable = false;  // not a regular file: a device, FIFO or socket
     dev_t device = 0;
     ino_t inode = 0;
     std::string resolved;     // for a path that does not exist yet
 };
 
-Identity IdentityOf(const std::string& path) {
+Identity IdentityOf(const FileUse& use) {
     Identity identity;
     struct stat info {};
-    if (stat(path.c_str(), &info) == 0) {
+    const bool bStream = use.fd >= 0;
+    if (!bStream && (use.path.empty() || use.path == "-")) return identity;
+    identity.bKnown = true;
+    if (bStream ? fstat(use.fd, &info) == 0 : stat(use.path.c_str(), &info) == 0) {
         identity.bExists = true;
-        identity.bShareable = S_ISCHR(info.st_mode);
+        identity.bShareable = !S_ISREG(info.st_mode);
         identity.device = info.st_dev;
         identity.inode = info.st_ino;
         return identity;
     }
-    const size_t slash = path.rfind('/');
-    const std::string dir = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    if (bStream) {
+        identity.bKnown = false;  // a closed stream names nothing
+        return identity;
+    }
+    const size_t slash = use.path.rfind('/');
+    const std::string dir = slash == std::string::npos ? "." : slash == 0 ? "/" : use.path.substr(0, slash);
     char resolved[PATH_MAX];
     identity.resolved = (realpath(dir.c_str(), resolved) != nullptr ? std::string(resolved) : dir) + "/" +
-                        (slash == std::string::npos ? path : path.substr(slash + 1));
+                        (slash == std::string::npos ? use.path : use.path.substr(slash + 1));
     return identity;
 }
 
 bool SameFile(const Identity& a, const Identity& b) {
-    if (a.bExists != b.bExists) return false;
+    if (!a.bKnown || !b.bKnown || a.bExists != b.bExists) return false;
     if (a.bExists) return !a.bShareable && a.device == b.device && a.inode == b.inode;
     return a.resolved == b.resolved;
 }
 
+bool IsInput(const FileUse& use) { return use.option == "INPUT" || use.option == "standard input"; }
+
 }  // namespace
 
-std::string SameFileProblem(const std::vector<std::pair<std::string, std::string>>& paths) {
+std::string SameFileProblem(const std::vector<FileUse>& uses) {
     std::vector<Identity> identities;
-    for (const auto& [option, path] : paths) identities.push_back(IdentityOf(path));
-    for (size_t i = 0; i < paths.size(); ++i) {
-        for (size_t j = i + 1; j < paths.size(); ++j) {
-            const auto& [a, pathA] = paths[i];
-            const auto& [b, pathB] = paths[j];
-            if (pathA.empty() || pathA == "-" || pathB.empty() || pathB == "-") continue;
-            if ((a == "INPUT" && b == "-o") || (a == "-o" && b == "INPUT")) continue;
-            if (SameFile(identities[i], identities[j]))
-                return a + " and " + b + " name the same file (" + pathB + "); give them different files";
+    for (const FileUse& use : uses) identities.push_back(IdentityOf(use));
+    for (size_t i = 0; i < uses.size(); ++i) {
+        for (size_t j = i + 1; j < uses.size(); ++j) {
+            const FileUse& a = uses[i];
+            const FileUse& b = uses[j];
+            if (!a.bWritten && !b.bWritten) continue;
+            if ((IsInput(a) && b.option == "-o") || (a.option == "-o" && IsInput(b))) continue;
+            if (!SameFile(identities[i], identities[j])) continue;
+            const std::string& shown = b.fd < 0 ? b.path : a.path;
+            return a.option + " and " + b.option + " name the same file" + (shown.empty() ? "" : " (" + shown + ")") +
+                   "; give them different files";
         }
     }
     return "";

@@ -89,6 +89,7 @@ const std::map<std::string, RuleKey>& RuleKeys() {
          [](const KeyReader& k, ColumnRule& r) {
              std::string error;
              if (!ReadKeyFile(k.String(), &r.masking.key, &error)) k.Fail(error);
+             r.keyFile = k.String();
          }},
         {"tweak", [](const KeyReader& k, ColumnRule& r) { r.masking.tweak = k.String(); }},
         {"validate", [](const KeyReader& k, ColumnRule& r) { r.masking.bValidate = k.Bool(); }},
@@ -175,6 +176,7 @@ ColumnRule ReadRule(const std::string& path, const toml::table& table) {
             throw RulesError{Where(path, key.source()) + ": '" + name + "' is not a rule key (keys: " +
                              KeyList(RuleKeys()) + ")"};
         it->second(KeyReader(path, name, node), rule);
+        rule.keyOrigins[name] = Where(path, node.source());
     }
     if (rule.column.empty()) throw RulesError{rule.origin + ": the rule has no column"};
     if (rule.masking.country.empty()) throw RulesError{rule.origin + ": the rule has no country"};

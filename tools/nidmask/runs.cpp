@@ -89,6 +89,12 @@ std::string RulePrefix(const Options& options, const ColumnRule& rule) {
     return options.rulesPath.empty() ? "" : rule.origin + ": ";
 }
 
+// "--column nir: ", or "rules.toml:7: column nir: " for a rule's column.
+std::string ColumnPrefix(const Options& options, const ColumnRule& rule) {
+    return options.rulesPath.empty() ? "--column " + rule.column + ": "
+                                     : rule.Origin("column") + ": column " + rule.column + ": ";
+}
+
 }  // namespace
 
 void ExplainRules(const Options& options) {
@@ -144,11 +150,13 @@ int RunCsv(const RunContext& context) {
         return kExitIo;
     }
     CsvSource source(input, options.cDelimiter, options.nullText);
+    source.ShowValues(options.bShowValues);
     if (options.header != HeaderMode::NoHeader && !source.ReadHeader(&error)) {
         PrintError(error);
         return kExitIo;
     }
-    if (const std::string problem = source.HeaderProblem(); !problem.empty()) {
+    // A header read as one is taken as it is, delimiters in its name or not.
+    if (const std::string problem = options.header == HeaderMode::Header ? "" : source.HeaderProblem(); !problem.empty()) {
         PrintError(problem);
         return kExitUsage;
     }
@@ -160,7 +168,7 @@ int RunCsv(const RunContext& context) {
         const ColumnRule& rule = options.rules[r];
         const long iColumn = source.ResolveColumn(rule.column, &error);
         if (iColumn < 0) {
-            PrintError(RulePrefix(options, rule) + error);
+            PrintError(ColumnPrefix(options, rule) + error);
             return kExitUsage;
         }
         const size_t column = static_cast<size_t>(iColumn);
@@ -230,13 +238,18 @@ int RunDatabase(const RunContext& context) {
         std::vector<std::string> columns;
         for (const ColumnRule* pRule : rulesOf[t]) columns.push_back(pRule->column);
         auto table = std::make_unique<SqliteTable>(db);
+        table->ShowValues(options.bShowValues);
         TableProblem problem;
         if (!table->Find(tables[t], columns, &problem, &error)) {
             PrintError(error);
             return kExitIo;
         }
         if (!problem.message.empty()) {
-            PrintError(RulePrefix(options, *rulesOf[t].front()) + problem.message);
+            const ColumnRule& rule = *rulesOf[t][problem.iColumn < 0 ? 0 : static_cast<size_t>(problem.iColumn)];
+            const std::string where = options.rulesPath.empty()
+                                          ? ""
+                                          : rule.Origin(problem.iColumn < 0 ? "table" : "column") + ": ";
+            PrintError(where + problem.message);
             return kExitUsage;
         }
         found.push_back(std::move(table));

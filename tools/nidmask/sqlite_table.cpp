@@ -7,6 +7,8 @@
 #include <cctype>
 #include <climits>
 
+#include "messages.h"
+
 namespace nidmask {
 
 namespace {
@@ -149,16 +151,30 @@ bool SqliteTable::Find(const std::string& table, const std::vector<std::string>&
         std::string names;
         for (const std::string& name : allNames) names += (names.empty() ? "" : ", ") + name;
         pProblem->message = db_.Path() + ": table " + table_ + " has no column " + columns[c] + " (it has " + names + ")";
+        pProblem->iColumn = static_cast<long>(c);
         return true;
     }
 
     // Rows are found by rowid, or by the primary key of a WITHOUT ROWID table.
+    // The rowid goes by three names; a column may take any of them.
+    std::string rowidName;
+    for (const char* pName : {"rowid", "_rowid_", "oid"}) {
+        if (std::none_of(allNames.begin(), allNames.end(), [&](const std::string& n) { return Upper(n) == Upper(pName); })) {
+            rowidName = pName;
+            break;
+        }
+    }
     Statement rowid;
-    const bool bRowid = rowid.Prepare(pDb, "SELECT rowid FROM " + quotedTable_ + " LIMIT 0");
+    const bool bRowid = !rowidName.empty() && rowid.Prepare(pDb, "SELECT " + rowidName + " FROM " + quotedTable_ + " LIMIT 0");
+    if (rowidName.empty() && keyColumns.empty()) {
+        pProblem->message = db_.Path() + ": table " + table_ +
+                            " has columns named rowid, _rowid_ and oid and no primary key: its rows cannot be told apart";
+        return true;
+    }
     std::sort(keyColumns.begin(), keyColumns.end());
     keys_.clear();
     if (bRowid) {
-        keys_.push_back("rowid");
+        keys_.push_back(rowidName);
     } else {
         for (const auto& key : keyColumns) keys_.push_back(key.second);
     }
@@ -226,13 +242,8 @@ long SqliteTable::ReadBatch(size_t iMax, std::vector<std::vector<uint8_t>>* pNul
     int rc;
     const int iFirstColumn = 1 + static_cast<int>(keys_.size());
     while ((rc = sqlite3_step(pRead_)) == SQLITE_ROW) {
-        if (sequences_.size() <= n) {
-            sequences_.resize(n + 1);
-            keyTexts_.resize(n + 1);
-        }
+        if (sequences_.size() <= n) sequences_.resize(n + 1);
         sequences_[n] = iLastSequence_ = sqlite3_column_int64(pRead_, 0);
-        keyTexts_[n].resize(keys_.size());
-        for (size_t k = 0; k < keys_.size(); ++k) keyTexts_[n][k] = ColumnText(pRead_, 1 + static_cast<int>(k));
         for (size_t c = 0; c < columns_.size(); ++c) {
             std::vector<uint8_t>& nulls = (*pNulls)[c];
             std::vector<std::string>& texts = (*pTexts)[c];
@@ -249,13 +260,6 @@ long SqliteTable::ReadBatch(size_t iMax, std::vector<std::vector<uint8_t>>* pNul
         return -1;
     }
     return static_cast<long>(n);
-}
-
-std::string SqliteTable::KeyText(size_t iRow) const {
-    std::string text;
-    for (size_t k = 0; k < keys_.size(); ++k)
-        text += (k == 0 ? "" : ", ") + keys_[k] + " " + keyTexts_[iRow][k];
-    return text;
 }
 
 bool SqliteTable::Stage(size_t iRow, size_t c, std::string* pError) {
@@ -359,16 +363,39 @@ bool SqliteTable::ApplyColumn(size_t c, bool bPlaceholders, std::string* pError)
     };
     const auto step = [&](int64_t iSeq) {
         const int rc = sqlite3_step(write.p);
+        if (rc == SQLITE_DONE) {
+            sqlite3_reset(write.p);
+            return true;
+        }
+        // The reason, read before any other statement runs: NOT NULL and CHECK
+        // constraints are broken by a value, UNIQUE ones by a pair of rows.
+        const int iExtended = sqlite3_extended_errcode(db_.Handle());
+        const std::string reason = sqlite3_errmsg(db_.Handle());
         sqlite3_reset(write.p);
-        if (rc == SQLITE_DONE) return true;
         if ((rc & 0xFF) == SQLITE_CONSTRAINT) {
-            *pError = ClashMessage(c, iSeq);
+            *pError = iExtended == SQLITE_CONSTRAINT_UNIQUE || iExtended == SQLITE_CONSTRAINT_PRIMARYKEY
+                          ? ClashMessage(c, iSeq, reason)
+                          : db_.Path() + ": table " + table_ + ", column " + columns_[c] + ": row " +
+                                std::to_string(iSeq) + ": " + reason + "; rolled back, the database is unchanged";
             return false;
         }
         return db_.Fail("cannot update table " + table_, pError);
     };
 
+    // Placeholders need not pass the column's CHECK constraints (no
+    // placeholder could pass every one): the first pass is compiled and run
+    // with CHECK constraints off, the second, which writes the final values,
+    // with them on again.
+    const auto ignoreChecks = [&](bool bIgnore) {
+        return sqlite3_exec(pDb, bIgnore ? "PRAGMA ignore_check_constraints = 1" : "PRAGMA ignore_check_constraints = 0",
+                            nullptr, nullptr, nullptr) == SQLITE_OK &&
+               write.Prepare(pDb, update);
+    };
     for (int pass = bPlaceholders ? 0 : 1; pass < 2; ++pass) {
+        if (bPlaceholders && !ignoreChecks(pass == 0)) {
+            ignoreChecks(false);
+            return db_.Fail("cannot update table " + table_, pError);
+        }
         sqlite3_reset(rows.p);
         int rc;
         while ((rc = sqlite3_step(rows.p)) == SQLITE_ROW) {
@@ -379,7 +406,10 @@ bool SqliteTable::ApplyColumn(size_t c, bool bPlaceholders, std::string* pError)
                 sqlite3_bind_value(write.p, 1, sqlite3_column_value(rows.p, iFirstValue + 2 * static_cast<int>(c)));
             }
             bindKeys(iSeq, bPlaceholders && pass == 1);
-            if (!step(iSeq)) return false;
+            if (!step(iSeq)) {
+                if (pass == 0) ignoreChecks(false);
+                return false;
+            }
         }
         if (rc != SQLITE_DONE) return db_.Fail("cannot update table " + table_, pError);
     }
@@ -388,7 +418,7 @@ bool SqliteTable::ApplyColumn(size_t c, bool bPlaceholders, std::string* pError)
 
 // Which rows clash: the row being written, and the row that holds its value
 // (another staged row, or a row left as it was).
-std::string SqliteTable::ClashMessage(size_t c, int64_t iSequence) {
+std::string SqliteTable::ClashMessage(size_t c, int64_t iSequence, const std::string& reason) {
     sqlite3* pDb = db_.Handle();
     const std::string cs = std::to_string(c);
     const std::string what = db_.Path() + ": table " + table_ + ", column " + columns_[c] + ": ";
@@ -402,7 +432,7 @@ std::string SqliteTable::ClashMessage(size_t c, int64_t iSequence) {
             const int64_t iOther = sqlite3_column_int64(other.p, 0);
             return what + "rows " + std::to_string(std::min(iSequence, iOther)) + " and " +
                    std::to_string(std::max(iSequence, iOther)) +
-                   " are masked to the same value, which a UNIQUE constraint forbids; rolled back, the database "
+                   " would both hold the same value, which a UNIQUE constraint forbids; rolled back, the database "
                    "is unchanged";
         }
     }
@@ -412,13 +442,12 @@ std::string SqliteTable::ClashMessage(size_t c, int64_t iSequence) {
         if (sqlite3_step(other.p) == SQLITE_ROW) {
             std::string key;
             for (size_t k = 0; k < keys_.size(); ++k)
-                key += (k == 0 ? "" : ", ") + keys_[k] + " " + ColumnText(other.p, static_cast<int>(k));
-            return what + "row " + std::to_string(iSequence) + " is masked to the value that the row with " + key +
+                key += (k == 0 ? "" : ", ") + keys_[k] + " " + ShownName(ColumnText(other.p, static_cast<int>(k)), bShowValues_);
+            return what + "row " + std::to_string(iSequence) + " would hold the value that the row with " + key +
                    " keeps, which a UNIQUE constraint forbids; rolled back, the database is unchanged";
         }
     }
-    return what + "row " + std::to_string(iSequence) + ": " + sqlite3_errmsg(pDb) +
-           "; rolled back, the database is unchanged";
+    return what + "row " + std::to_string(iSequence) + ": " + reason + "; rolled back, the database is unchanged";
 }
 
 }  // namespace nidmask

@@ -50,6 +50,7 @@ private:
 // How a table that nidmask cannot mask was named: a usage error (exit 2).
 struct TableProblem {
     std::string message;  // "" when the table and columns were found
+    long iColumn = -1;    // the index of the column not found, or -1 when the table is at fault
 };
 
 // Some columns of one table, read in key order a batch at a time and
@@ -72,6 +73,8 @@ public:
     const std::string& DeclaredType(size_t i) const { return declaredTypes_[i]; }
     bool HasIntegerAffinity(size_t i) const;
     const std::string& Name() const { return table_; }
+    // Messages show the values of key columns in clear (see ShownName).
+    void ShowValues(bool bShow) { bShowValues_ = bShow; }
 
     // Fixes the rows to visit (their keys, in order). False with a message.
     bool Prepare(std::string* pError);
@@ -82,8 +85,6 @@ public:
     // the count; -1 on an error with a message.
     long ReadBatch(size_t iMax, std::vector<std::vector<uint8_t>>* pNulls,
                    std::vector<std::vector<std::string>>* pTexts, std::string* pError);
-    // The key of the i-th row of the last batch, for messages ("rowid 12").
-    std::string KeyText(size_t iRow) const;
     // The 1-based position of the i-th row of the last batch.
     int64_t Sequence(size_t iRow) const { return sequences_[iRow]; }
 
@@ -100,9 +101,10 @@ private:
     bool Stage(size_t iRow, size_t c, std::string* pError);
     bool NeedsPlaceholders();
     bool ApplyColumn(size_t c, bool bPlaceholders, std::string* pError);
-    std::string ClashMessage(size_t c, int64_t iSequence);
+    std::string ClashMessage(size_t c, int64_t iSequence, const std::string& reason);
 
     SqliteDatabase& db_;
+    bool bShowValues_ = false;
     std::string table_;
     std::string quotedTable_;
     std::string rowsTable_;                 // the temporary table of keys and staged values
@@ -113,7 +115,6 @@ private:
     uint64_t iRows_ = 0;
     int64_t iLastSequence_ = 0;
     std::vector<int64_t> sequences_;
-    std::vector<std::vector<std::string>> keyTexts_;  // [row][key], for messages
     sqlite3_stmt* pRead_ = nullptr;
     std::vector<sqlite3_stmt*> stage_;      // per column
 };
