@@ -5,6 +5,13 @@ namespace hostkit {
 
 std::string ToUtf8(const std::wstring& text) {
     std::string out;
+    ToUtf8(text, &out);
+    return out;
+}
+
+void ToUtf8(const std::wstring& text, std::string* pOut) {
+    std::string& out = *pOut;
+    out.clear();
     out.reserve(text.size());
     for (wchar_t wc : text) {
         auto c = static_cast<uint32_t>(wc);
@@ -25,10 +32,9 @@ std::string ToUtf8(const std::wstring& text) {
             out += static_cast<char>(0x80 | (c & 0x3F));
         }
     }
-    return out;
 }
 
-bool FromUtf8(const std::string& text, std::wstring* pOut) {
+bool FromUtf8(std::string_view text, std::wstring* pOut) {
     pOut->clear();
     pOut->reserve(text.size());
     const auto* p = reinterpret_cast<const unsigned char*>(text.data());

@@ -135,7 +135,7 @@ bool CsvSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
             value.text.clear();
             CsvBatchBytes::Field field;
             if (column >= record_.FieldCount()) {
-                pBatch->refused[c][n] = RefusedValue(kHostMsgMissingField, static_cast<uint32_t>(record_.FieldCount()));
+                pBatch->refused[c][n] = hostkit::RefusedValue(hostkit::kHostMsgMissingField, static_cast<uint32_t>(record_.FieldCount()));
             } else {
                 field = {base + record_.spans[column].first, base + record_.spans[column].second,
                          record_.Quoted(column), true};
@@ -143,7 +143,7 @@ bool CsvSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
                 value.bNull = !field.bQuoted && text == nullText_;
                 if (!value.bNull && !DecodeText(text, encodings_[c], &value.text)) {
                     value.text.clear();
-                    pBatch->refused[c][n] = RefusedValue(kHostMsgInvalidUtf8);
+                    pBatch->refused[c][n] = hostkit::RefusedValue(hostkit::kHostMsgInvalidUtf8);
                 }
             }
             bytes_.fields[c].push_back(field);
