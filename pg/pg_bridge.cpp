@@ -29,6 +29,19 @@
 
 namespace {
 
+// The longest value a VARCHAR cell holds, its 16-bit byte count included
+// (as the host kit encodes it).
+constexpr size_t kMaxVarcharCell = 0x7FFF;
+
+// True when every byte is ASCII: then UTF-8, ISO-8859-1 and the column's
+// single bytes are the same bytes.
+bool IsAscii(const char* p, size_t n) {
+    unsigned char any = 0;
+    for (size_t i = 0; i < n; ++i) any |= static_cast<unsigned char>(p[i]);
+    return any < 0x80;
+}
+
+
 struct Entry {
     uint64_t serial = 0;
     uint64_t lastUse = 0;
@@ -258,6 +271,23 @@ NidmaskStatus Reject(const hostkit::Message& message, NidmaskOutcome* pOutcome) 
     return Fail(NIDMASK_REJECTED, hostkit::RenderMessage(message, false), pOutcome);
 }
 
+// A VARCHAR result of ASCII bytes is its own UTF-8: handed back as it is.
+bool AsciiVarcharResult(const Entry& entry, NidmaskOutcome* pOutcome) {
+    const FieldDef& cell = entry.batch.fields[static_cast<size_t>(entry.batch.sourceCell)];
+    if (entry.instance->column.sDataType != VARCHAR || !entry.instance->ctrl.bDestFlag || cell.pDst == nullptr ||
+        cell.iDstLen < 2)
+        return false;
+    const auto* pBytes = static_cast<const char*>(cell.pDst);
+    int16_t sBytes = 0;
+    std::memcpy(&sBytes, pBytes, sizeof sBytes);
+    if (sBytes < 0 || sBytes + 2 > cell.iDstLen || !IsAscii(pBytes + 2, static_cast<size_t>(sBytes))) return false;
+    Bridge& bridge = TheBridge();
+    bridge.text.assign(pBytes + 2, static_cast<size_t>(sBytes));
+    pOutcome->text = bridge.text.data();
+    pOutcome->len = bridge.text.size();
+    return true;
+}
+
 // Serves the entry's one row (already filled) and reads what became of it.
 // bNumeric: the result is parsed into outcome.number, else left in outcome.text.
 NidmaskStatus ServeRow(Entry& entry, bool bNumeric, NidmaskOutcome* pOutcome) {
@@ -296,6 +326,7 @@ NidmaskStatus ServeRow(Entry& entry, bool bNumeric, NidmaskOutcome* pOutcome) {
         if (row.iStatus == QRNP_MSG_NULL_SOURCE) return Reject(why(), pOutcome);
         return NIDMASK_PASSED;
     }
+    if (!bNumeric && AsciiVarcharResult(entry, pOutcome)) return NIDMASK_OK;
     if (!hostkit::ReadRowOutput(instance, entry.batch, 0, &bridge.wide)) {
         hostkit::Message unreadable;
         unreadable.iMessage = QRNP_MSG_DEST_CONVERSION;
@@ -329,10 +360,21 @@ NidmaskStatus ApplyText(const NidmaskRule& rule, const char* pValue, size_t iLen
     TheBridge().messages.clear();
     hostkit::CellValue& value = pEntry->values[0];
     value.bNull = false;
-    value.bRaw = false;
-    if (!hostkit::FromUtf8(std::string_view(pValue, iLen), &value.text)) {
+    if (pEntry->instance->column.sDataType == VARCHAR && iLen + 2 <= kMaxVarcharCell && IsAscii(pValue, iLen)) {
+        // The VARCHAR cell as a database hands it over: the byte count, then
+        // the bytes (the text is kept for messages that need it).
+        const int16_t sBytes = static_cast<int16_t>(iLen);
+        value.bRaw = true;
+        value.raw.resize(sizeof sBytes + iLen);
+        std::memcpy(value.raw.data(), &sBytes, sizeof sBytes);
+        std::memcpy(value.raw.data() + sizeof sBytes, pValue, iLen);
         value.text.clear();
-        return Reject(hostkit::HostMessage(hostkit::kHostMsgInvalidUtf8, value, pEntry->instance->options), pOutcome);
+    } else {
+        value.bRaw = false;
+        if (!hostkit::FromUtf8(std::string_view(pValue, iLen), &value.text)) {
+            value.text.clear();
+            return Reject(hostkit::HostMessage(hostkit::kHostMsgInvalidUtf8, value, pEntry->instance->options), pOutcome);
+        }
     }
     hostkit::FillBatch(*pEntry->instance, pEntry->values, &pEntry->batch);
     return ServeRow(*pEntry, false, pOutcome);
