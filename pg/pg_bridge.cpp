@@ -50,7 +50,41 @@ struct Entry {
     std::unique_ptr<hostkit::Instance> instance;
     hostkit::Batch batch;
     std::vector<hostkit::CellValue> values = std::vector<hostkit::CellValue>(1);
+    bool bShaped = false;                 // the batch holds its one row (FillBatch ran)
+    std::vector<unsigned char> source;    // a raw value's cell, when the row is refilled in place
 };
+
+// Puts a raw cell (values[0].raw) into the entry's one row. The first time
+// FillBatch shapes the row; afterwards only the source pointer, its length
+// and what the provider wrote last time are reset, the destination buffer
+// staying where FillBatch put it.
+void FillRawRow(Entry& entry) {
+    hostkit::Batch& batch = entry.batch;
+    if (!entry.bShaped) {
+        hostkit::FillBatch(*entry.instance, entry.values, &batch);
+        entry.bShaped = true;
+        return;
+    }
+    entry.source.swap(entry.values[0].raw);  // both buffers keep their memory for the next calls
+    Row& row = batch.rows[0];
+    row.bTaken = 0;
+    row.bError = 0;
+    FieldDef& cell = batch.fields[static_cast<size_t>(batch.sourceCell)];
+    cell.bNullInd = 0;
+    cell.bDstNull = 0;
+    cell.iStatus = 0;
+    cell.iDstLen = 0;
+    cell.pSrc = entry.source.data();
+    cell.iSrcLen = static_cast<int32_t>(entry.source.size());
+    batch.encodeFailed[0] = 0;
+    batch.rowset.iCurrentRow = 0;
+}
+
+// FillBatch for any value.
+void FillRow(Entry& entry) {
+    hostkit::FillBatch(*entry.instance, entry.values, &entry.batch);
+    entry.bShaped = true;
+}
 
 struct Bridge {
     bool bLoaded = false;
@@ -369,6 +403,20 @@ NidmaskStatus ApplyText(const NidmaskRule& rule, const char* pValue, size_t iLen
         std::memcpy(value.raw.data(), &sBytes, sizeof sBytes);
         std::memcpy(value.raw.data() + sizeof sBytes, pValue, iLen);
         value.text.clear();
+        FillRawRow(*pEntry);
+        return ServeRow(*pEntry, false, pOutcome);
+    } else if (pEntry->instance->column.sDataType == VARCHAR && iLen > 4 * kMaxVarcharCell) {
+        // More characters than any VARCHAR cell holds, whatever they are:
+        // refused as the host kit would refuse it, without a wide copy of
+        // a value that may be a gigabyte long.
+        size_t nChars = 0;
+        for (size_t i = 0; i < iLen; ++i) nChars += (static_cast<unsigned char>(pValue[i]) & 0xC0) != 0x80;
+        hostkit::Message tooLong;
+        tooLong.iMessage = hostkit::kHostMsgTooLong;
+        tooLong.tokens = {{QRNP_TOKID_SRCLEN, std::to_wstring(nChars)},
+                          {QRNP_TOKID_COLLEN, std::to_wstring(pEntry->instance->options.iLength)}};
+        tooLong.sDeclaredTokens = 2;
+        return Reject(tooLong, pOutcome);
     } else {
         value.bRaw = false;
         if (!hostkit::FromUtf8(std::string_view(pValue, iLen), &value.text)) {
@@ -376,7 +424,7 @@ NidmaskStatus ApplyText(const NidmaskRule& rule, const char* pValue, size_t iLen
             return Reject(hostkit::HostMessage(hostkit::kHostMsgInvalidUtf8, value, pEntry->instance->options), pOutcome);
         }
     }
-    hostkit::FillBatch(*pEntry->instance, pEntry->values, &pEntry->batch);
+    FillRow(*pEntry);
     return ServeRow(*pEntry, false, pOutcome);
 }
 
@@ -398,7 +446,7 @@ NidmaskStatus ApplyNumber(const NidmaskRule& rule, int64_t iValue, NidmaskOutcom
     value.raw.resize(sizeof iUnsigned);
     std::memcpy(value.raw.data(), &iUnsigned, sizeof iUnsigned);
     value.text.clear();
-    hostkit::FillBatch(*pEntry->instance, pEntry->values, &pEntry->batch);
+    FillRawRow(*pEntry);
     return ServeRow(*pEntry, true, pOutcome);
 }
 
@@ -411,7 +459,7 @@ NidmaskStatus Generate(const NidmaskRule& rule, NidmaskOutcome* pOutcome) {
     value.bNull = true;
     value.bRaw = false;
     value.text.clear();
-    hostkit::FillBatch(*pEntry->instance, pEntry->values, &pEntry->batch);
+    FillRow(*pEntry);
     return ServeRow(*pEntry, false, pOutcome);
 }
 
