@@ -47,7 +47,7 @@ pgdeb="$work/out/postgresql-15-nidmask_${version}_$(dpkg --print-architecture).d
 pgdepends=$(dpkg-deb -f "$pgdeb" Depends)
 grep -qF "nidmask (= $version)" <<<"$pgdepends" || fail "$(basename "$pgdeb") does not depend on nidmask $version: $pgdepends"
 grep -qF "postgresql-15" <<<"$pgdepends" || fail "$(basename "$pgdeb") does not depend on postgresql-15: $pgdepends"
-dpkg-deb -c "$pgdeb" | awk '{ print $6, $7, $8 }' >"$work/pgcontents"
+dpkg-deb -c "$pgdeb" | awk '{ print ($7 == "->" ? $6 " -> " $8 : $6) }' >"$work/pgcontents"
 for f in usr/lib/postgresql/15/lib/nidmask.so usr/share/postgresql/15/extension/nidmask.control \
          usr/share/postgresql/15/extension/nidmask--1.0.sql; do
   grep -q "^\./$f\$" "$work/pgcontents" || fail "$(basename "$pgdeb") lacks /$f"
