@@ -164,7 +164,7 @@ ensure_rule(FunctionCallInfo fcinfo, const RuleArgs *args)
 	RuleCache  *cache = (RuleCache *) fcinfo->flinfo->fn_extra;
 	const char *options;
 	int			options_len;
-	NidmaskRuleSpec spec;
+	NidmaskRuleRequest request;
 	NidmaskOutcome outcome;
 	NidmaskStatus status;
 	char	   *options_json;
@@ -193,19 +193,19 @@ ensure_rule(FunctionCallInfo fcinfo, const RuleArgs *args)
 	options_json = args->options != NULL
 		? JsonbToCString(NULL, &args->options->root, VARSIZE_ANY_EXHDR(args->options))
 		: pstrdup(args->options_text);
-	memset(&spec, 0, sizeof(spec));
-	spec.country = args->country;
-	spec.countryLen = args->country_len;
-	spec.optionsJson = options_json;
-	spec.optionsLen = strlen(options_json);
-	spec.method = args->method;
-	spec.numeric = args->numeric;
-	spec.key = (const unsigned char *) args->key;
-	spec.keyLen = args->key != NULL ? args->key_len : 0;
-	spec.tweak = args->tweak;
-	spec.tweakLen = args->tweak != NULL ? args->tweak_len : 0;
-	spec.providerPath = provider_setting;
-	status = nidmask_open_rule(&spec, &cache->rule, &outcome);
+	memset(&request, 0, sizeof(request));
+	request.country = args->country;
+	request.countryLen = args->country_len;
+	request.optionsJson = options_json;
+	request.optionsLen = strlen(options_json);
+	request.method = args->method;
+	request.numeric = args->numeric;
+	request.key = (const unsigned char *) args->key;
+	request.keyLen = args->key != NULL ? args->key_len : 0;
+	request.tweak = args->tweak;
+	request.tweakLen = args->tweak != NULL ? args->tweak_len : 0;
+	request.providerPath = provider_setting;
+	status = nidmask_open_rule(&request, &cache->rule, &outcome);
 	if (status != NIDMASK_OK)
 		report(status, &outcome);
 

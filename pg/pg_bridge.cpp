@@ -214,28 +214,28 @@ const char* MethodName(NidmaskMethod method) {
     }
 }
 
-NidmaskStatus OpenRule(const NidmaskRuleSpec& spec, NidmaskRule* pRule, NidmaskOutcome* pOutcome) {
+NidmaskStatus OpenRule(const NidmaskRuleRequest& request, NidmaskRule* pRule, NidmaskOutcome* pOutcome) {
     Bridge& bridge = TheBridge();
     hostkit::MaskingSettings settings;
-    settings.country.assign(spec.country, spec.countryLen);
+    settings.country.assign(request.country, request.countryLen);
     if (hostkit::CountryCode(settings.country).empty())
         return Fail(NIDMASK_BAD_ARGUMENT, "country: '" + settings.country + "' is none of FR, IT, UK (or GB), ES, US, CA",
                     pOutcome);
     NidmaskOnReject onReject = NIDMASK_REJECT_ERROR;
     std::string error;
-    if (!nidmask_pg::ParseOptions(std::string(spec.optionsJson, spec.optionsLen), &settings, &onReject, &error))
+    if (!nidmask_pg::ParseOptions(std::string(request.optionsJson, request.optionsLen), &settings, &onReject, &error))
         return Fail(NIDMASK_BAD_ARGUMENT, error, pOutcome);
-    settings.method = MethodName(spec.method);
-    if (spec.method == NIDMASK_ENCRYPT || spec.method == NIDMASK_DECRYPT) {
-        if (spec.keyLen != NIDMASK_KEY_BYTES)
+    settings.method = MethodName(request.method);
+    if (request.method == NIDMASK_ENCRYPT || request.method == NIDMASK_DECRYPT) {
+        if (request.keyLen != NIDMASK_KEY_BYTES)
             return Fail(NIDMASK_BAD_ARGUMENT,
                         "key: a key is " + std::to_string(NIDMASK_KEY_BYTES) + " bytes, this one has " +
-                            std::to_string(spec.keyLen),
+                            std::to_string(request.keyLen),
                         pOutcome);
-        settings.key.assign(spec.key, spec.key + spec.keyLen);
-        settings.tweak.assign(spec.tweak, spec.tweakLen);
+        settings.key.assign(request.key, request.key + request.keyLen);
+        settings.tweak.assign(request.tweak, request.tweakLen);
     }
-    settings.dataType = spec.numeric ? int16_t{U_LONG_LONG} : int16_t{VARCHAR};
+    settings.dataType = request.numeric ? int16_t{U_LONG_LONG} : int16_t{VARCHAR};
     hostkit::ResolvedMasking resolved;
     const bool bResolved = hostkit::ResolveMasking(settings, VARCHAR, &resolved, &error);
     Wipe(settings.key);
@@ -244,9 +244,9 @@ NidmaskStatus OpenRule(const NidmaskRuleSpec& spec, NidmaskRule* pRule, NidmaskO
 
     std::string cacheKey = hostkit::DescribeMasking(resolved);
     cacheKey += '\x1f';
-    if (spec.keyLen == NIDMASK_KEY_BYTES) cacheKey.append(reinterpret_cast<const char*>(spec.key), spec.keyLen);
+    if (request.keyLen == NIDMASK_KEY_BYTES) cacheKey.append(reinterpret_cast<const char*>(request.key), request.keyLen);
     cacheKey += '\x1f';
-    cacheKey.append(spec.tweak != nullptr ? spec.tweak : "", spec.tweak != nullptr ? spec.tweakLen : 0);
+    cacheKey.append(request.tweak != nullptr ? request.tweak : "", request.tweak != nullptr ? request.tweakLen : 0);
     pRule->onReject = onReject;
     for (auto& entry : bridge.entries) {
         if (entry->cacheKey == cacheKey) {
@@ -267,7 +267,7 @@ NidmaskStatus OpenRule(const NidmaskRuleSpec& spec, NidmaskRule* pRule, NidmaskO
                         "asks for " + std::to_string(iAreaTable) + ": use one table per session",
                     pOutcome);
     }
-    if (!LoadOnce(spec.providerPath, &error)) {
+    if (!LoadOnce(request.providerPath, &error)) {
         Wipe(cacheKey);
         Wipe(resolved.instance.operands);
         return Fail(NIDMASK_FAILED, error, pOutcome);
@@ -510,8 +510,8 @@ NidmaskStatus Guarded(NidmaskOutcome* pOutcome, Body body) noexcept {
 
 extern "C" {
 
-NidmaskStatus nidmask_open_rule(const NidmaskRuleSpec* spec, NidmaskRule* rule, NidmaskOutcome* outcome) noexcept {
-    return Guarded(outcome, [&] { return OpenRule(*spec, rule, outcome); });
+NidmaskStatus nidmask_open_rule(const NidmaskRuleRequest* request, NidmaskRule* rule, NidmaskOutcome* outcome) noexcept {
+    return Guarded(outcome, [&] { return OpenRule(*request, rule, outcome); });
 }
 
 NidmaskStatus nidmask_apply_text(const NidmaskRule* rule, const char* value, size_t len,

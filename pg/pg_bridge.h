@@ -46,7 +46,7 @@ typedef enum NidmaskStatus {
 } NidmaskStatus;
 
 /* How a rule is opened: the arguments of an SQL call, texts as UTF-8 bytes. */
-typedef struct NidmaskRuleSpec {
+typedef struct NidmaskRuleRequest {
     const char *country;
     size_t countryLen;
     const char *optionsJson; /* the options object as JSON text */
@@ -58,7 +58,7 @@ typedef struct NidmaskRuleSpec {
     const char *tweak;
     size_t tweakLen;
     const char *providerPath; /* the nidmask.provider setting, or NULL: used by the first load only */
-} NidmaskRuleSpec;
+} NidmaskRuleRequest;
 
 /* An opened rule: which cached instance serves it, and its on_reject. */
 typedef struct NidmaskRule {
@@ -76,7 +76,7 @@ typedef struct NidmaskOutcome {
 } NidmaskOutcome;
 
 /* Parses the options, finds or sets up the instance, and fills *rule. */
-NidmaskStatus nidmask_open_rule(const NidmaskRuleSpec *spec, NidmaskRule *rule, NidmaskOutcome *outcome) NIDMASK_NOEXCEPT;
+NidmaskStatus nidmask_open_rule(const NidmaskRuleRequest *request, NidmaskRule *rule, NidmaskOutcome *outcome) NIDMASK_NOEXCEPT;
 
 /* Masks, encrypts or decrypts one UTF-8 value with an opened text rule. */
 NidmaskStatus nidmask_apply_text(const NidmaskRule *rule, const char *value, size_t len,

@@ -50,6 +50,7 @@ start_throwaway_server() {
 
   TMP=$(mktemp -d /tmp/nidmask-pg.XXXXXX)
   trap cleanup_throwaway_server EXIT
+  trap "exit 1" INT TERM HUP
   chmod 755 "$TMP"
   local bin=$TMP/usr/lib/postgresql/15/bin lib=$TMP/usr/lib/postgresql/15/lib share=$TMP/usr/share/postgresql/15
   mkdir -p "$bin" "$lib" "$share/extension"
