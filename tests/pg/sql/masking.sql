@@ -71,3 +71,16 @@ SELECT count(DISTINCT nidmask.mask('FR', '269037511604241', jsonb_build_object('
                     'year,month', 'year,dept', 'year,commune', 'month,dept', 'month,commune', 'dept,commune',
                     'sex,year,month', 'sex,year,dept', 'sex,year,commune', 'year,month,dept']) AS p,
        generate_series(1, 3);
+-- More call sites than set-up instances: each row finds its instance gone
+-- and sets it up again, with the same results.
+SELECT count(DISTINCT ROW(a, b, c, d, e, f, g, h, i, j, k, l, m, n, o, p, q)) AS distinct_rows, min(q) AS last
+  FROM (VALUES ('269037511604241'), ('269037511604241'), ('269037511604241')) AS s(v),
+       LATERAL (SELECT nidmask.mask('FR', v, '{"parts": "sex"}') AS a, nidmask.mask('FR', v, '{"parts": "year"}') AS b,
+                       nidmask.mask('FR', v, '{"parts": "month"}') AS c, nidmask.mask('FR', v, '{"parts": "dept"}') AS d,
+                       nidmask.mask('FR', v, '{"parts": "commune"}') AS e, nidmask.mask('FR', v, '{"parts": "sex,year"}') AS f,
+                       nidmask.mask('FR', v, '{"parts": "sex,month"}') AS g, nidmask.mask('FR', v, '{"parts": "sex,dept"}') AS h,
+                       nidmask.mask('FR', v, '{"parts": "sex,commune"}') AS i, nidmask.mask('FR', v, '{"parts": "year,month"}') AS j,
+                       nidmask.mask('FR', v, '{"parts": "year,dept"}') AS k, nidmask.mask('FR', v, '{"parts": "year,commune"}') AS l,
+                       nidmask.mask('FR', v, '{"parts": "month,dept"}') AS m, nidmask.mask('FR', v, '{"parts": "month,commune"}') AS n,
+                       nidmask.mask('FR', v, '{"parts": "dept,commune"}') AS o, nidmask.mask('FR', v, '{"separator": "space"}') AS p,
+                       nidmask.mask('FR', v) AS q) AS masked;
