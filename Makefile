@@ -7,6 +7,9 @@
 # `make install PREFIX=/usr/local` (DESTDIR honoured) installs nidmask, the
 # provider, the host kit, the man page and the completion; `make deb` builds
 # the Debian package(s) in build-deb/.
+# `make pg` builds the PostgreSQL extension (pg/) with PGXS against Debian's
+# postgresql-15; `make pg-install` installs it into that server (as root);
+# `make bench-pg` measures it on a throwaway server (bench/pg_bench.sh).
 # All of them install missing Debian packages first (when run as root) and
 # download nothing else.
 
@@ -21,12 +24,12 @@ FUZZ_SECONDS ?= 600
 
 DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-dev libcli11-dev \
                 libcsv-dev nlohmann-json3-dev libtomlplusplus-dev libssl-dev sqlite3 clang-14 libclang-rt-14-dev llvm-14 libbenchmark-dev \
-                groff-base man-db dpkg-dev file
+                groff-base man-db dpkg-dev file postgresql-15 postgresql-server-dev-15
 
 FUZZ_TARGETS := fuzz_provider fuzz_converters fuzz_csv
 
 .PHONY: all deps build build-asan fuzz test test-release test-asan test-fuzz fuzz-long demo bench bench-e2e tables \
-        install deb clean
+        install deb clean pg pg-install bench-pg
 
 all: build
 
@@ -54,7 +57,7 @@ fuzz: deps $(FUZZ_BUILD)/CMakeCache.txt
 
 test: test-release test-asan test-fuzz
 
-test-release: build
+test-release: build pg
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
 test-asan: build-asan
@@ -99,6 +102,22 @@ bench-e2e: deps
 	cmake -S . -B $(BENCH_BUILD) $(BENCH_CMAKE_FLAGS) -DQRNP_NO_TRACE=OFF
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
 	bash bench/e2e.sh $(BENCH_BUILD)
+
+# The PostgreSQL extension: the bridge and host kit by CMake, the module by
+# PGXS ($(BUILD)/pg/nidmask.so), with the provider it loads.
+PG_CONFIG ?= /usr/lib/postgresql/15/bin/pg_config
+pg: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS) --target nidmask_pg nidmask
+
+# The extension's files by PGXS; the provider and the stand-in libraries in
+# $$libdir/nidmask, where the extension looks for them.
+pg-install: pg
+	$(MAKE) -s -C $(BUILD)/pg -f $(CURDIR)/pg/Makefile VPATH=$(CURDIR)/pg PG_CONFIG=$(PG_CONFIG) install
+	cmake --install $(BUILD) --component pg_provider
+
+# 10,000,000 rows on a throwaway server (several minutes); results in bench/RESULTS.md.
+bench-pg: pg
+	bash bench/pg_bench.sh $(CURDIR) $(BUILD)
 
 # Installs what the build tree built (building only that) under PREFIX, or
 # DESTDIR/PREFIX for staging.

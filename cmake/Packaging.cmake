@@ -40,12 +40,18 @@ SQLite table masked in place. The package also holds the host kit (static
 library, headers, CMake package and pkg-config file) for programs that drive
 the provider themselves.")
 
-# The PostgreSQL extension becomes postgresql-15-nidmask_<version>_<arch>.deb
-# once pg/ installs its files with COMPONENT pg, relative to the prefix
-# (lib/postgresql/15/lib/nidmask.so, share/postgresql/15/extension/...):
-#   if(TARGET nidmask_pg)
-#     nidmask_debian_package(pg postgresql-15-nidmask database "<summary>" "<description>"
-#                            DEPENDS "nidmask (= ${PROJECT_VERSION}), postgresql-15")
-#   endif()
+# The PostgreSQL extension (pg/, where it is built): nidmask.so and the
+# extension's files for Debian's postgresql-15; it loads the provider of the
+# nidmask package.
+if(TARGET nidmask_pg)
+  nidmask_debian_package(pg postgresql-15-nidmask database
+    "nidmask for PostgreSQL 15: SQL functions that mask national identification numbers"
+    "The nidmask extension runs the nidmask masking provider inside the server:
+nidmask.mask(country, value, options) and its shorthands mask a column in one
+UPDATE or through a view, nidmask.random generates values, nidmask.encrypt and
+nidmask.decrypt apply keyed, format-keeping encryption, and nidmask.is_valid
+and nidmask.check validate. CREATE EXTENSION nidmask in each database."
+    DEPENDS "nidmask (= ${PROJECT_VERSION}), postgresql-15")
+endif()
 
 include(CPack)

@@ -150,7 +150,10 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
 
     // Offsets first: the arena may move while it grows. Cells are encoded
     // straight into it (its capacity stays from batch to batch).
-    std::vector<size_t> srcOffset(nRows), dstOffset(nRows);
+    std::vector<size_t>& srcOffset = batch.srcOffset;
+    std::vector<size_t>& dstOffset = batch.dstOffset;
+    srcOffset.resize(nRows);
+    dstOffset.resize(nRows);
     const Converters converters = ConvertersFor(instance.column.sDataType);
     for (size_t r = 0; r < nRows; ++r) {
         FieldDef& cell = batch.fields[r * static_cast<size_t>(batch.cellsPerRow) + static_cast<size_t>(batch.sourceCell)];

@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -130,6 +131,7 @@ struct Batch {
     int sourceCell = 0;
     std::vector<uint8_t> encodeFailed;  // per row: the value could not be encoded (too long, not a number)
     std::vector<size_t> srcGuard, dstGuard;  // arena offsets of each row's guard bytes
+    std::vector<size_t> srcOffset, dstOffset;  // arena offsets of each row's buffers
 
     Batch() = default;
     Batch(const Batch&) = delete;
@@ -188,8 +190,10 @@ std::string TokenName(int32_t iTokenId);
 
 // Wide string <-> UTF-8.
 std::string ToUtf8(const std::wstring& text);
+// The same into *pOut, reusing its memory.
+void ToUtf8(const std::wstring& text, std::string* pOut);
 // False on an invalid sequence.
-bool FromUtf8(const std::string& text, std::wstring* pOut);
+bool FromUtf8(std::string_view text, std::wstring* pOut);
 
 }  // namespace hostkit
 

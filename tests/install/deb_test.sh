@@ -39,3 +39,21 @@ version_text=$("$work/root/usr/bin/nidmask" --version) || fail "the packaged nid
 [ "$(sed -n 2p <<<"$version_text")" = "provider $(realpath "$work/root/usr/lib/nidmask/libQRNNIDPrvLib.so")" ] ||
   fail "the packaged nidmask loads another provider: $version_text"
 echo "$(basename "$deb"): Depends: $depends"
+
+# The PostgreSQL extension's package, where the extension was built.
+[ -f "$build/pg/nidmask.so" ] || exit 0
+pgdeb="$work/out/postgresql-15-nidmask_${version}_$(dpkg --print-architecture).deb"
+[ -f "$pgdeb" ] || fail "no $(basename "$pgdeb"); made: $(ls "$work/out")"
+pgdepends=$(dpkg-deb -f "$pgdeb" Depends)
+grep -qF "nidmask (= $version)" <<<"$pgdepends" || fail "$(basename "$pgdeb") does not depend on nidmask $version: $pgdepends"
+grep -qF "postgresql-15" <<<"$pgdepends" || fail "$(basename "$pgdeb") does not depend on postgresql-15: $pgdepends"
+dpkg-deb -c "$pgdeb" | awk '{ print ($7 == "->" ? $6 " -> " $8 : $6) }' >"$work/pgcontents"
+for f in usr/lib/postgresql/15/lib/nidmask.so usr/share/postgresql/15/extension/nidmask.control \
+         usr/share/postgresql/15/extension/nidmask--1.0.sql; do
+  grep -q "^\./$f\$" "$work/pgcontents" || fail "$(basename "$pgdeb") lacks /$f"
+done
+grep -qxF "./usr/lib/postgresql/15/lib/nidmask -> ../../../nidmask" "$work/pgcontents" ||
+  fail "$(basename "$pgdeb"): \$libdir/nidmask is not a link to /usr/lib/nidmask"
+dpkg-deb -x "$pgdeb" "$work/pgroot"
+if grep -rlF "$build" "$work/pgroot" >"$work/refs"; then fail "packaged files name $build: $(cat "$work/refs")"; fi
+echo "$(basename "$pgdeb"): Depends: $pgdepends"

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "message_catalogue.h"
-#include "messages.h"
+#include "message_text.h"
 
 namespace {
 
@@ -24,16 +24,16 @@ TEST(CatalogueTest, RendersTokensAndUnknownNumbers) {
     hostkit::Message message;
     message.iMessage = 4405;
     message.tokens = {{QRNP_TOKID_SRCDATA, L"12345"}, {QRNP_TOKID_SRCLEN, L"5"}, {QRNP_TOKID_COUNTRY, L"France"}};
-    EXPECT_EQ(nidmask::RenderMessage(message, true),
+    EXPECT_EQ(hostkit::RenderMessage(message, true),
               "the value 12345 has 5 characters, which is not a valid length for a France identifier");
     message.tokens.pop_back();
-    EXPECT_EQ(nidmask::RenderMessage(message, true),
+    EXPECT_EQ(hostkit::RenderMessage(message, true),
               "the value 12345 has 5 characters, which is not a valid length for a ? identifier");
     message.iMessage = 4999;
-    EXPECT_EQ(nidmask::RenderMessage(message, true), "message 4999 (SRCDATA=12345, SRCLEN=5)");
-    EXPECT_EQ(nidmask::RenderMessage(message, false), "message 4999 (SRCDATA=[12... 5 characters], SRCLEN=5)");
+    EXPECT_EQ(hostkit::RenderMessage(message, true), "message 4999 (SRCDATA=12345, SRCLEN=5)");
+    EXPECT_EQ(hostkit::RenderMessage(message, false), "message 4999 (SRCDATA=[12... 5 characters], SRCLEN=5)");
     message.tokens.clear();
-    EXPECT_EQ(nidmask::RenderMessage(message, true), "message 4999");
+    EXPECT_EQ(hostkit::RenderMessage(message, true), "message 4999");
 }
 
 }  // namespace

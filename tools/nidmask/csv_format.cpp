@@ -6,7 +6,7 @@
 
 #include "csv_field.h"
 #include "host_messages.h"
-#include "messages.h"
+#include "message_text.h"
 
 namespace nidmask {
 
@@ -81,11 +81,11 @@ long CsvSource::ResolveColumn(const std::string& column, std::string* pError) co
     std::string names;
     size_t iNearest = 0;
     for (size_t i = 0; i < nFields; ++i) {
-        names += (i == 0 ? "" : ", ") + ShownName(header_.Value(i), bShowValues_);
+        names += (i == 0 ? "" : ", ") + hostkit::ShownName(header_.Value(i), bShowValues_);
         if (Distance(header_.Value(i), column) < Distance(header_.Value(iNearest), column)) iNearest = i;
     }
     *pError = "the header has no such column (it has " + names + ")";
-    if (nFields > 0) *pError += "; did you mean " + ShownName(header_.Value(iNearest), bShowValues_) + "?";
+    if (nFields > 0) *pError += "; did you mean " + hostkit::ShownName(header_.Value(iNearest), bShowValues_) + "?";
     return -1;
 }
 
@@ -94,7 +94,7 @@ std::string CsvSource::HeaderProblem() const {
     const std::string_view name = header_.Value(0);
     for (const char c : {',', ';', '\t', '|'}) {
         if (c == cDelimiter_ || name.find(c) == std::string_view::npos) continue;
-        return "the header has a single column, '" + ShownName(name.substr(0, 60), bShowValues_) + "': is the delimiter '" +
+        return "the header has a single column, '" + hostkit::ShownName(name.substr(0, 60), bShowValues_) + "': is the delimiter '" +
                DelimiterName(c) + "'? (--delimiter " + (c == '\t' ? "tab" : "'" + std::string(1, c) + "'") + ")";
     }
     return "";
@@ -136,7 +136,7 @@ bool CsvSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
             value.text.clear();
             CsvBatchBytes::Field field;
             if (column >= record_.FieldCount()) {
-                pBatch->refused[c][n] = RefusedValue(kHostMsgMissingField, static_cast<uint32_t>(record_.FieldCount()));
+                pBatch->refused[c][n] = hostkit::RefusedValue(hostkit::kHostMsgMissingField, static_cast<uint32_t>(record_.FieldCount()));
             } else {
                 field = {base + record_.spans[column].first, base + record_.spans[column].second,
                          record_.Quoted(column), true};
@@ -144,7 +144,7 @@ bool CsvSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
                 value.bNull = !field.bQuoted && text == nullText_;
                 if (!value.bNull && !DecodeText(text, encodings_[c], &value.text)) {
                     value.text.clear();
-                    pBatch->refused[c][n] = RefusedValue(kHostMsgInvalidUtf8);
+                    pBatch->refused[c][n] = hostkit::RefusedValue(hostkit::kHostMsgInvalidUtf8);
                 }
             }
             bytes_.fields[c].push_back(field);

@@ -19,7 +19,7 @@ bool DbSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
             value.text.clear();
             if (!value.bNull && !DecodeText(texts_[c][i], Encoding::Utf8, &value.text)) {
                 value.text.clear();
-                pBatch->refused[c][i] = RefusedValue(kHostMsgInvalidUtf8);
+                pBatch->refused[c][i] = hostkit::RefusedValue(hostkit::kHostMsgInvalidUtf8);
             }
         }
     }

@@ -39,7 +39,7 @@ bool LineSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
             value.text.clear();
             if (!value.bNull && !DecodeText(line, encoding_, &value.text)) {
                 value.text.clear();
-                refused[n] = RefusedValue(kHostMsgInvalidUtf8);
+                refused[n] = hostkit::RefusedValue(hostkit::kHostMsgInvalidUtf8);
             }
         }
         ++iMade_;

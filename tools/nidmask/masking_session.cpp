@@ -7,7 +7,7 @@
 
 #include "column_types.h"
 #include "host_messages.h"
-#include "messages.h"
+#include "message_text.h"
 
 namespace nidmask {
 
@@ -58,7 +58,8 @@ void MaskingSession::DecideRows(const std::vector<hostkit::CellValue>& values, c
         hostKinds_[i] = kind;
         batch_.rows[i].bTaken = 1;
         hostMessageOf_[i] = static_cast<int32_t>(hostMessages_.size());
-        hostMessages_.push_back(HostMessage(iMessage, values[i], i < refused.size() ? refused[i] >> 16 : 0));
+        hostMessages_.push_back(
+            hostkit::HostMessage(iMessage, values[i], settings_.instance, i < refused.size() ? refused[i] >> 16 : 0));
         hostMessages_.back().iRow = static_cast<uint32_t>(i + 1);
     };
     for (size_t i = 0; i < nRows; ++i) {
@@ -71,42 +72,9 @@ void MaskingSession::DecideRows(const std::vector<hostkit::CellValue>& values, c
         } else if (bEmpty && (bKeepEmpty || hostkit::IsNumericType(sType))) {
             decide(i, RowKind::Empty, hostkit::IsNumericType(sType) ? QRNP_MSG_EMPTY_NUMERIC_VALUE : QRNP_MSG_EMPTY_CHARACTER_VALUE);
         } else if (batch_.encodeFailed[i] != 0) {
-            const std::wstring& text = value.text;
-            uint32_t iMessage = kHostMsgCannotEncode;
-            if (hostkit::IsNumericType(sType)) {
-                iMessage = kHostMsgNotANumber;
-            } else if (text.size() > static_cast<size_t>(settings_.instance.iLength)) {
-                iMessage = kHostMsgTooLong;
-            } else if (!hostkit::IsWideType(sType) && std::any_of(text.begin(), text.end(), [](wchar_t c) { return c > 0xFF; })) {
-                iMessage = kHostMsgNotSingleByte;
-            }
-            decide(i, RowKind::Rejected, iMessage);
+            decide(i, RowKind::Rejected, hostkit::EncodeFailure(settings_.instance, value.text));
         }
     }
-}
-
-// A host message with the tokens its text names.
-hostkit::Message MaskingSession::HostMessage(uint32_t iMessage, const hostkit::CellValue& value,
-                                             uint32_t iDetail) const {
-    hostkit::Message message;
-    message.iMessage = iMessage;
-    const auto add = [&](int32_t iTokenId, std::wstring text) { message.tokens.emplace_back(iTokenId, std::move(text)); };
-    switch (iMessage) {
-        case kHostMsgTooLong:
-            add(QRNP_TOKID_SRCLEN, std::to_wstring(value.text.size()));
-            add(QRNP_TOKID_COLLEN, std::to_wstring(settings_.instance.iLength));
-            break;
-        case kHostMsgNotANumber:
-        case kHostMsgNotSingleByte:
-        case kHostMsgCannotEncode:
-            add(QRNP_TOKID_SRCDATA, value.text);
-            add(QRNP_TOKID_SRC_DATATYPE, std::to_wstring(settings_.instance.sDataType));
-            break;
-        case kHostMsgMissingField: add(QRNP_TOKID_COL_COUNT, std::to_wstring(iDetail)); break;
-        default: break;
-    }
-    message.sDeclaredTokens = static_cast<uint16_t>(message.tokens.size());
-    return message;
 }
 
 ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values, const std::vector<uint32_t>& refused,
@@ -208,7 +176,7 @@ void MaskingSession::Tally(const hostkit::Message& message, uint64_t iRecord) {
             return;
         }
     }
-    tallies_.push_back(MessageTally{message.iMessage, 1, iRecord, RenderMessage(message, settings_.bShowValues)});
+    tallies_.push_back(MessageTally{message.iMessage, 1, iRecord, hostkit::RenderMessage(message, settings_.bShowValues)});
 }
 
 int32_t MaskingSession::Finish() {

@@ -112,7 +112,6 @@ public:
 
 private:
     void DecideRows(const std::vector<hostkit::CellValue>& values, const std::vector<uint32_t>& refused);
-    hostkit::Message HostMessage(uint32_t iMessage, const hostkit::CellValue& value, uint32_t iDetail) const;
     void CollectMessages(uint64_t iFirstRecord, size_t nRows);
     void Tally(const hostkit::Message& message, uint64_t iRecord);
 

@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "messages.h"
+#include "message_text.h"
 
 namespace nidmask {
 
@@ -47,10 +47,10 @@ void ReportWriter::AppendMessages(const std::vector<const hostkit::Message*>& me
             if (k > 0) out += ',';
             AppendJsonString(hostkit::TokenName(message.tokens[k].first), &out);
             out += ':';
-            AppendJsonString(TokenText(message.tokens[k], bShowValues_), &out);
+            AppendJsonString(hostkit::TokenText(message.tokens[k], bShowValues_), &out);
         }
         out += "},\"text\":";
-        AppendJsonString(RenderMessage(message, bShowValues_), &out);
+        AppendJsonString(hostkit::RenderMessage(message, bShowValues_), &out);
         out += '}';
     }
     out += "]}\n";

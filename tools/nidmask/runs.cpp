@@ -13,7 +13,7 @@
 #include "exit_codes.h"
 #include "input_file.h"
 #include "lines_format.h"
-#include "messages.h"
+#include "message_text.h"
 #include "output_file.h"
 #include "serve_loop.h"
 #include "text_codec.h"
@@ -192,7 +192,7 @@ int RunCsv(const RunContext& context) {
             ProviderServes(context.entryPoints, settings, headerValue)) {
             PrintError(RulePrefix(options, rule) + "the first record's field in column " + std::to_string(column + 1) +
                        " is " +
-                       (options.bShowValues ? "'" + hostkit::ToUtf8(headerValue) + "'" : RedactedValue(headerValue)) +
+                       (options.bShowValues ? "'" + hostkit::ToUtf8(headerValue) + "'" : hostkit::RedactedValue(headerValue)) +
                        ", which is an identifier, not a column name: if the input has no header, add --no-header "
                        "(--header reads it as a header anyway)");
             return kExitUsage;

@@ -6,7 +6,7 @@
 #include <qrnp/qrnp.h>
 
 #include "exit_codes.h"
-#include "messages.h"
+#include "message_text.h"
 #include "progress.h"
 
 namespace nidmask {
@@ -24,9 +24,9 @@ void PrintFailure(const char* pEntryPoint, int32_t iResult, const MaskingSession
     hostkit::Message bare;
     bare.iMessage = static_cast<uint32_t>(iResult);
     PrintError(std::string("the provider's ") + pEntryPoint + " failed with " + std::to_string(iResult) + ": " +
-               RenderMessage(pResult != nullptr ? *pResult : bare, bShow));
+               hostkit::RenderMessage(pResult != nullptr ? *pResult : bare, bShow));
     for (const hostkit::Message& message : messages)
-        if (&message != pResult) PrintError("  " + std::to_string(message.iMessage) + ": " + RenderMessage(message, bShow));
+        if (&message != pResult) PrintError("  " + std::to_string(message.iMessage) + ": " + hostkit::RenderMessage(message, bShow));
 }
 
 // Terminate for every session, the progress bar cleared, the summaries

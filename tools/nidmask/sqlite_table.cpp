@@ -7,7 +7,7 @@
 #include <cctype>
 #include <climits>
 
-#include "messages.h"
+#include "message_text.h"
 
 namespace nidmask {
 
@@ -442,7 +442,7 @@ std::string SqliteTable::ClashMessage(size_t c, int64_t iSequence, const std::st
         if (sqlite3_step(other.p) == SQLITE_ROW) {
             std::string key;
             for (size_t k = 0; k < keys_.size(); ++k)
-                key += (k == 0 ? "" : ", ") + keys_[k] + " " + ShownName(ColumnText(other.p, static_cast<int>(k)), bShowValues_);
+                key += (k == 0 ? "" : ", ") + keys_[k] + " " + hostkit::ShownName(ColumnText(other.p, static_cast<int>(k)), bShowValues_);
             return what + "row " + std::to_string(iSequence) + " would hold the value that the row with " + key +
                    " keeps, which a UNIQUE constraint forbids; rolled back, the database is unchanged";
         }
