@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include <qrnp/qrnp_datacnv.h>
 #include <qrnp/qrnp_messages.h>
@@ -80,6 +81,27 @@ TEST(FrInseeKey, Values) {
             EXPECT_EQ(iKey, c.iKey) << c.pDigits;
         }
     }
+}
+
+// Against the generated commune table (whose shape the generator checks):
+// every row's numbers 1..highest are in use but for its unused list, the
+// NONE row has none, and rows and numbers out of range are refused.
+TEST(FrCommuneIsValid, AgreesWithTheTable) {
+    for (int d = 0; d < FR_DEPT_ROWS; ++d) {
+        const DeptRow& row = deptTable[d];
+        int iValid = 0;
+        for (int c = -1; c <= 1000; ++c) iValid += CommuneIsValid(d, c);
+        const int iGaps = row.pUnused[0] < 0 ? 0 : row.sUnusedCount;
+        EXPECT_EQ(iValid, d == FR_DEPT_NONE ? 0 : row.sHighest - iGaps) << d;
+    }
+    const std::tuple<int, int, bool> cases[] = {
+        {1, 1, true},    {1, 3, false},   {1, 457, true},  {1, 458, false}, {1, 0, false},  {18, 1, true},
+        {18, 290, true}, {18, -1, false}, {18, 291, false}, {95, 25, false}, {95, 26, true}, {95, 65, false},
+        {0, 1, false},   {0, 2, true},    {20, 1, true},   {20, 2, false},  {97, 100, false}, {97, 101, true},
+        {97, 424, true}, {96, 1, false},  {96, -2, false}, {98, 1, false},  {-1, 1, false},
+    };
+    for (const auto& [iDept, iCommune, bValid] : cases)
+        EXPECT_EQ(CommuneIsValid(iDept, iCommune), bValid) << iDept << "/" << iCommune;
 }
 
 struct MaskCase {
