@@ -131,10 +131,7 @@ TEST(LongValues, LongSourcesWithTheRandomMethodAreNotNeeded) {
 
 // A generated identifier of the country, to spoil.
 std::wstring GeneratedIdentifier(uint32_t iCountry) {
-    InstanceOptions options = Options(iCountry, WVARCHAR_SZ, 32);
-    options.sMethod = QRNP_METHOD_RANDOM;
-    const auto result = testsupport::RunRows(options, {std::nullopt}, QRNP_METHOD_RANDOM);
-    return result.rows[0].output.value_or(L"");
+    return testsupport::Generated(Options(iCountry, WVARCHAR_SZ, 32), 1)[0].value_or(L"");
 }
 
 // Characters no identifier holds, put in place of its first digit: a NUL, a
