@@ -289,7 +289,9 @@ TEST(ItMaskCF, ForeignRegionsSpreadOverEveryLetter) {
     EXPECT_EQ(letters.size(), 12u);
 }
 
-TEST(ItRandomCF, OutputsAreWellFormed) {
+// The draws' quirks; that the outputs (but for days 00 and 40) pass full
+// validation is GeneratedValues'.
+TEST(ItRandomCF, TheDrawsRanges) {
     std::set<int> years, days;
     for (int i = 0; i < 20000; ++i) {
         wchar_t out[17];
@@ -305,12 +307,7 @@ TEST(ItRandomCF, OutputsAreWellFormed) {
         const int iDay = d >= 40 ? d - 40 : d;
         const int iMonth = static_cast<int>(std::wcschr(MONTHS, s[8]) - MONTHS);
         const int iDays = IsIn(s[8], SHORT_MONTHS) ? (iMonth == 1 ? (y % 4 == 0 ? 29 : 28) : 30) : 31;
-        EXPECT_LT(iDay, iDays);
-        EXPECT_EQ(IsValidRegionCode(s.substr(11, 4).c_str()), 1);
-        // Apart from a day of 00 or 40, every output passes the field checks.
-        if (iDay != 0) {
-            EXPECT_EQ(Validate(s, 0), 0u);
-        }
+        EXPECT_LT(iDay, iDays) << "the last day of a month is never drawn";
         if (HasFailure()) return;
     }
     EXPECT_EQ(*years.begin(), 0);
