@@ -23,7 +23,6 @@ InstanceOptions French(uint16_t sProcFlags = 0, std::vector<std::pair<uint16_t, 
 TEST(FranceDriverTest, LayoutsAndFieldChecks) {
     testsupport::ExpectRows(French(), {
         {L"185057800608491", 0, 0},
-        {L"  185057800608491  ", 0, 0},
         {L"1850578006084-91", 0, 0},
         {L"1850578006084 91", 0, 0},
         {L"1850578006084/91", 0, QRNP_MSG_INVALID_SEPARATOR},
