@@ -129,22 +129,4 @@ TEST(ItalyDriverTest, PartsToMask) {
     EXPECT_EQ(omocodic[15], CheckOf(omocodic));
 }
 
-TEST(ItalyDriverTest, RandomValuesTakeTheOutputForm) {
-    for (uint32_t iOption : {0u, 1u, 8u, 16u}) {
-        const auto result =
-            RunRows(Italian(0, {{QRNP_OPR_IT_SEPARATOR, iOption}}), std::vector<std::optional<std::wstring>>(50),
-                    QRNP_METHOD_RANDOM);
-        ASSERT_EQ(result.iService, 0);
-        for (const auto& row : result.rows) {
-            const std::wstring& out = *row.output;
-            ASSERT_EQ(out.size(), iOption >= 8 ? 19u : 16u) << iOption;
-            if (iOption >= 8) {
-                const wchar_t sep = iOption == 8 ? L'-' : L' ';
-                EXPECT_TRUE(out[3] == sep && out[7] == sep && out[13] == sep) << hostkit::ToUtf8(out);
-            }
-            EXPECT_EQ(out.back(), CheckOf(out));
-        }
-    }
-}
-
 }  // namespace

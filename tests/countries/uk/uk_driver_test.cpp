@@ -119,36 +119,4 @@ TEST(UkDriverTest, SetUpOptions) {
     });
 }
 
-TEST(UkDriverTest, RandomValuesTakeTheConfiguredForm) {
-    struct Case {
-        uint32_t iSeparator;
-        uint32_t iFormFlags;
-        size_t iSeparatorPos;  // 0: compact
-        wchar_t sep;
-    };
-    const Case cases[] = {{2, 0, 0, 0}, {1, 2, 0, 0}, {8, 1, 2, L'-'}, {4, 2, 5, L'.'}, {16, 2, 8, L' '}};
-    for (const Case& c : cases) {
-        InstanceOptions options = British({{QRNP_OPR_UK_SEPARATOR, c.iSeparator}, {QRNP_OPR_UK_FORM, c.iFormFlags}});
-        options.sMethod = QRNP_METHOD_RANDOM;
-        const auto result = RunRows(options, std::vector<std::optional<std::wstring>>(200, std::nullopt),
-                                    QRNP_METHOD_RANDOM);
-        ASSERT_EQ(result.iService, 0);
-        std::vector<std::optional<std::wstring>> outputs;
-        for (const auto& row : result.rows) {
-            const std::wstring& out = *row.output;
-            if (c.sep == 0) {
-                EXPECT_TRUE(out.size() == 8 || out.size() == 9) << hostkit::ToUtf8(out);
-            } else {
-                ASSERT_GT(out.size(), c.iSeparatorPos);
-                EXPECT_EQ(out[2], c.sep);
-                EXPECT_EQ(out[c.iSeparatorPos], c.sep);
-            }
-            outputs.push_back(out);
-        }
-        // What was generated masks again.
-        const auto masked = RunRows(British(), outputs);
-        EXPECT_EQ(masked.iService, 0);
-    }
-}
-
 }  // namespace
