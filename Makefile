@@ -24,7 +24,7 @@ FUZZ_SECONDS ?= 600
 
 DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-dev libcli11-dev \
                 libcsv-dev nlohmann-json3-dev libtomlplusplus-dev libssl-dev sqlite3 clang-14 libclang-rt-14-dev llvm-14 libbenchmark-dev \
-                groff-base man-db dpkg-dev file postgresql-15 postgresql-server-dev-15
+                groff-base man-db dpkg-dev file python3 postgresql-15 postgresql-server-dev-15
 
 FUZZ_TARGETS := fuzz_provider fuzz_converters fuzz_csv
 

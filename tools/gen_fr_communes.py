@@ -9,7 +9,7 @@ Plain python3, standard library only, no network.
 The CSV has the header `row,highest,unused` and one line per table row 0..97: row 0 is Corsica 2B,
 row 20 Corsica 2A, rows 1..95 the departments of the same number, row 96 the department without
 communes, row 97 the overseas departments 971-974. `unused` lists, ascending and separated by
-blanks, the commune numbers from 1 to `highest` that are not in use; a row without gaps holds the
+blanks, the commune numbers below `highest` (which is in use) that are not; a row without gaps holds the
 single entry -1 and row 96 holds -2 with highest -1. Every row becomes one int16_t array
 `illegalCommunes<row>` (`illegalCommunes2A` for row 20) and one line of `deptTable`.
 """
@@ -68,8 +68,8 @@ def check_row(row, highest, unused):
         fail(where + ': highest %d not a three-digit commune number' % highest)
     if unused == [-1]:
         return
-    if unused[0] < 1 or unused[-1] > highest:
-        fail(where + ': unused numbers must lie in 1..highest')
+    if unused[0] < 1 or unused[-1] >= highest:
+        fail(where + ': unused numbers must lie in 1..highest - 1 (the highest is in use)')
     if len(unused) >= highest:
         fail(where + ': no commune left in use')
 

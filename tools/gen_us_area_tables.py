@@ -14,7 +14,8 @@ the highest group issued (0: not in use). t2006 becomes DistAreaTable ("11/01/06
 that belong together without being consecutive and becomes AreaSideTable.
 
 The generator refuses data the C++ side cannot rely on: a value outside a signed byte, a group above 99, an
-inconsistent block, an area in use with neither a block nor a side-table row, a side-table set that is not whole.
+inconsistent block, an area in use with neither a block nor a side-table row, a side-table set that is not whole,
+area 666 or 900-999 in use.
 """
 import csv
 import os
@@ -87,6 +88,9 @@ def check_table(name, entries, side_areas):
         area = i + 1
         if not (0 <= block <= 127 and 0 <= pos <= 127 and 0 <= high <= 99):
             fail((where + ': values out of range') % area)
+        # Without the official rules the table alone refuses these areas.
+        if high > 0 and (area == 666 or area >= 900):
+            fail((where + ': never issued, cannot be in use') % area)
         if block == 0:
             if pos != 0:
                 fail((where + ': position without a block') % area)

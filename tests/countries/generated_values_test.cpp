@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
 
 #include "countries/country_driver.h"
 #include "countries/it/QRNPNidItAlgo.h"
@@ -33,57 +34,68 @@ bool ItalianVariant(size_t i, std::wstring* pValue) {
     return true;
 }
 
+// One output form of the random method: its settings and the layouts it may give.
+struct Form {
+    Operands operands;
+    std::set<std::wstring> shapes;
+};
+
 struct CountryRun {
     const wchar_t* pSwitch;
-    std::vector<Operands> generatedForms;  // the random method's settings, one output form each
+    std::vector<Form> generatedForms;
     uint16_t sSeparatorKey;
     std::vector<Operands> masks;           // settings masked under (the source's separators kept)
     std::function<bool(size_t, std::wstring*)> variant = nullptr;  // false leaves a value out
 };
 
-// The layout of a value: each character a letter-or-digit or itself.
-std::wstring Shape(const std::wstring& v) {
-    std::wstring shape = v;
-    for (wchar_t& c : shape)
-        if (std::iswalnum(c)) c = L'#';
-    return shape;
-}
-
 TEST(GeneratedValues, MaskInTheirFormAndMaskAgain) {
     const CountryRun runs[] = {
-        {L"FR", {{}, {{QRNP_OPR_FR_SEPARATOR, 8}}, {{QRNP_OPR_FR_SEPARATOR, 16}}}, QRNP_OPR_FR_SEPARATOR,
-         {{}, {{QRNP_OPR_FR_PARTS, 31}}}},
-        {L"IT", {{}, {{QRNP_OPR_IT_SEPARATOR, 8}}, {{QRNP_OPR_IT_SEPARATOR, 16}}}, QRNP_OPR_IT_SEPARATOR,
-         {{}, {{QRNP_OPR_IT_FLAGS, 7}}}, ItalianVariant},
+        {L"FR",
+         {{{}, {L"###############"}},
+          {{{QRNP_OPR_FR_SEPARATOR, 8}}, {L"#############-##"}},
+          {{{QRNP_OPR_FR_SEPARATOR, 16}}, {L"############# ##"}}},
+         QRNP_OPR_FR_SEPARATOR, {{}, {{QRNP_OPR_FR_PARTS, 31}}}},
+        {L"IT",
+         {{{}, {L"################"}},
+          {{{QRNP_OPR_IT_SEPARATOR, 8}}, {L"###-###-#####-#####"}},
+          {{{QRNP_OPR_IT_SEPARATOR, 16}}, {L"### ### ##### #####"}}},
+         QRNP_OPR_IT_SEPARATOR, {{}, {{QRNP_OPR_IT_FLAGS, 7}}}, ItalianVariant},
         {L"UK",
-         {{{QRNP_OPR_UK_SEPARATOR, 1}},
-          {{QRNP_OPR_UK_SEPARATOR, 8}, {QRNP_OPR_UK_FORM, 1}},
-          {{QRNP_OPR_UK_SEPARATOR, 16}, {QRNP_OPR_UK_FORM, 2}}},
-         QRNP_OPR_UK_SEPARATOR,
-         {{}, {{QRNP_OPR_UK_DATA, 1}}}},
-        {L"ES", {{{QRNP_OPR_ES_SEPARATOR, 1}}, {{QRNP_OPR_ES_SEPARATOR, 8}}, {{QRNP_OPR_ES_SEPARATOR, 16}}},
+         {{{{QRNP_OPR_UK_SEPARATOR, 1}}, {L"########", L"#########"}},
+          {{{QRNP_OPR_UK_SEPARATOR, 8}, {QRNP_OPR_UK_FORM, 1}}, {L"##-######", L"##-######-#"}},
+          {{{QRNP_OPR_UK_SEPARATOR, 16}, {QRNP_OPR_UK_FORM, 2}}, {L"## ## ## ##", L"## ## ## ## #"}}},
+         QRNP_OPR_UK_SEPARATOR, {{}, {{QRNP_OPR_UK_DATA, 1}}}},
+        {L"ES",
+         {{{{QRNP_OPR_ES_SEPARATOR, 1}}, {L"########", L"#########"}},  // eight digits under the official rules
+          {{{QRNP_OPR_ES_SEPARATOR, 8}}, {L"#######-#", L"########-#", L"#-#######-#"}},
+          {{{QRNP_OPR_ES_SEPARATOR, 16}}, {L"####### #", L"######## #", L"# ####### #"}}},
          QRNP_OPR_ES_SEPARATOR, {{}}},
-        {L"US", {{}, {{QRNP_OPR_US_SEPARATOR, 4}}, {{QRNP_OPR_US_SEPARATOR, 8}}}, QRNP_OPR_US_SEPARATOR,
-         {{}, {{QRNP_OPR_US_FLAGS, 1}}}},
-        {L"CA", {{}, {{QRNP_OPR_CA_SEPARATOR, 4}}, {{QRNP_OPR_CA_SEPARATOR, 16}}}, QRNP_OPR_CA_SEPARATOR,
-         {{}, {{QRNP_OPR_CA_PARTS, 1}}}},
+        {L"US",
+         {{{}, {L"#########"}},
+          {{{QRNP_OPR_US_SEPARATOR, 4}}, {L"###.##.####"}},
+          {{{QRNP_OPR_US_SEPARATOR, 8}}, {L"###-##-####"}}},
+         QRNP_OPR_US_SEPARATOR, {{}, {{QRNP_OPR_US_FLAGS, 1}}}},
+        {L"CA",
+         {{{}, {L"#########"}},
+          {{{QRNP_OPR_CA_SEPARATOR, 4}}, {L"###.###.###"}},
+          {{{QRNP_OPR_CA_SEPARATOR, 16}}, {L"### ### ###"}}},
+         QRNP_OPR_CA_SEPARATOR, {{}, {{QRNP_OPR_CA_PARTS, 1}}}},
     };
     for (const bool bOfficial : {false, true}) {
     for (const CountryRun& run : runs) {
-        for (const Operands& form : run.generatedForms) {
+        for (const Form& form : run.generatedForms) {
             SCOPED_TRACE(hostkit::ToUtf8(run.pSwitch) + " form " + std::to_string(&form - run.generatedForms.data()) +
                          (bOfficial ? " official" : ""));
             const Operands official = bOfficial ? Operands{{QRNP_OPR_OFFICIAL_RULES, 1}} : Operands{};
             hostkit::InstanceOptions options;
             options.countrySwitch = run.pSwitch;
-            options.operands = form;
+            options.operands = form.operands;
             options.operands.insert(options.operands.end(), official.begin(), official.end());
-            const auto generated =
-                testsupport::RunRows(options, std::vector<std::optional<std::wstring>>(kRows), QRNP_METHOD_RANDOM);
-            ASSERT_EQ(generated.iService, 0);
+            const auto generated = testsupport::Generated(options, kRows);
             std::vector<std::optional<std::wstring>> values;
             for (size_t i = 0; i < kRows; ++i) {
-                std::wstring v = *generated.rows[i].output;
+                std::wstring v = *generated[i];
+                ASSERT_EQ(form.shapes.count(testsupport::Shape(v)), 1u) << hostkit::ToUtf8(v);
                 if (run.variant == nullptr || run.variant(i, &v)) values.push_back(v);
             }
             for (const Operands& mask : run.masks) {
@@ -97,7 +109,7 @@ TEST(GeneratedValues, MaskInTheirFormAndMaskAgain) {
                     ASSERT_EQ(masked.iService, 0) << "pass " << pass;
                     EXPECT_TRUE(masked.messages.empty());
                     for (size_t i = 0; i < current.size(); ++i) {
-                        ASSERT_EQ(Shape(*masked.rows[i].output), Shape(*current[i])) << hostkit::ToUtf8(*current[i]);
+                        ASSERT_EQ(testsupport::Shape(*masked.rows[i].output), testsupport::Shape(*current[i])) << hostkit::ToUtf8(*current[i]);
                         current[i] = masked.rows[i].output;
                     }
                 }

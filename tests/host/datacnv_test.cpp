@@ -1,5 +1,7 @@
-// The conversion library: round trips of every column type, result codes of
-// refused values, and no write past the capacity given (guard bytes).
+// The conversion library: the byte layout of every column type, the results
+// of refused values and the capacity boundaries. Round trips, guard bytes,
+// the results each direction may give, a failure that writes nothing and the
+// text helpers against their model are fuzz/converters_fuzz.cpp's invariants.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -11,7 +13,6 @@
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-constexpr unsigned char GUARD = 0xAB;
 
 Bytes Latin1(const std::wstring& s) { return Bytes(s.begin(), s.end()); }
 Bytes Wide(const std::wstring& s) {
@@ -39,31 +40,27 @@ struct ToWideResult {
     std::wstring text;
 };
 
-// Runs a source converter into iOutCap bytes followed by guard characters, which must survive.
+// Runs a source converter into iOutCap bytes.
 ToWideResult ToWide(QRNPToWideFn fn, const Bytes& src, int32_t iSrcLen, const ColumnDef* pCtx = nullptr,
                     int32_t iOutCap = 400) {
-    std::vector<wchar_t> out(iOutCap / 4 + 4, static_cast<wchar_t>(0x7E7E7E7E));
+    std::vector<wchar_t> out(iOutCap / 4 + 1);
     int32_t iLen = -1;
-    const unsigned char none = 0;  // an empty value still has an address
-    const uint32_t rc = fn(src.empty() ? &none : src.data(), iSrcLen, out.data(), iOutCap, &iLen, pCtx);
-    for (size_t i = iOutCap / 4; i < out.size(); ++i) EXPECT_EQ(out[i], 0x7E7E7E7E) << "written past capacity";
+    const uint32_t rc = fn(src.data(), iSrcLen, out.data(), iOutCap, &iLen, pCtx);
     return {rc, std::wstring(out.data(), iLen > 0 ? iLen : 0)};
 }
 
 struct FromWideResult {
     uint32_t rc;
     Bytes bytes;  // the bytes reported used
-    Bytes all;    // the whole destination, capacity and guard
 };
 
-// Runs a destination converter into iDstCap bytes followed by guard bytes, which must survive.
+// Runs a destination converter into iDstCap bytes.
 FromWideResult FromWide(QRNPFromWideFn fn, const std::wstring& in, int32_t iDstCap = 200,
                         const ColumnDef* pCtx = nullptr) {
-    Bytes dst(iDstCap + 8, GUARD);
+    Bytes dst(iDstCap + 1);
     int32_t iLen = -1;
     const uint32_t rc = fn(in.c_str(), static_cast<int32_t>(in.size()), dst.data(), iDstCap, &iLen, pCtx);
-    for (size_t i = iDstCap; i < dst.size(); ++i) EXPECT_EQ(dst[i], GUARD) << "written past capacity";
-    return {rc, Bytes(dst.begin(), dst.begin() + (iLen > 0 ? iLen : 0)), dst};
+    return {rc, Bytes(dst.begin(), dst.begin() + (iLen > 0 ? iLen : 0))};
 }
 
 struct CharType {
@@ -86,45 +83,20 @@ const CharType CHAR_TYPES[] = {
      [](const std::wstring& s) { return Terminated(Wide(s), 4); }},
 };
 
-TEST(CharConverters, RoundTripBothWays) {
-    const std::wstring values[] = {L"046454286", L"  123-456 782  ", L"\u00C9l\u00E8ve \u00FF\u00A0", L"Ж€\U0001F600"};
+// Each type's layout both ways; exactly the bytes needed is enough, one fewer is 64.
+TEST(CharConverters, LayoutsAndCapacity) {
     for (const auto& t : CHAR_TYPES) {
-        for (const auto& v : values) {
-            const bool bLatin1 = v.find_first_of(L"Ж€") == std::wstring::npos;
-            if (!t.bWide && !bLatin1) continue;
-            SCOPED_TRACE(std::string(t.pName) + " " + std::to_string(v.size()));
-            const Bytes column = t.encode(v);
-            const auto w = ToWide(t.toWide, column, static_cast<int32_t>(column.size()));
-            EXPECT_EQ(w.rc, 0u);
-            EXPECT_EQ(w.text, v);
-            const auto c = FromWide(t.fromWide, v);
-            EXPECT_EQ(c.rc, 0u);
-            EXPECT_EQ(c.bytes, column);
-            // Exactly the bytes needed is enough; one fewer is 64 with nothing written.
-            const auto cap = static_cast<int32_t>(column.size());
-            EXPECT_EQ(FromWide(t.fromWide, v, cap).rc, 0u);
-            const auto small = FromWide(t.fromWide, v, cap - 1);
-            EXPECT_EQ(small.rc, QRNP_CNV_BUFFER_TOO_SMALL);
-            EXPECT_EQ(small.all, Bytes(cap - 1 + 8, GUARD));
-            const int32_t iNeeded = (static_cast<int32_t>(v.size()) + 1) * 4;
-            EXPECT_EQ(ToWide(t.toWide, column, cap, nullptr, iNeeded).rc, 0u);
-            EXPECT_EQ(ToWide(t.toWide, column, cap, nullptr, iNeeded - 1).rc, QRNP_CNV_BUFFER_TOO_SMALL);
-        }
         SCOPED_TRACE(t.pName);
-        wchar_t out[4] = {L'x'};
-        int32_t iLen = -1;
-        EXPECT_EQ(t.toWide(nullptr, 8, out, sizeof out, &iLen, nullptr), QRNP_CNV_NULL_SOURCE);
-        EXPECT_EQ(out[0], 0);
-        EXPECT_EQ(iLen, 0);
-        const Bytes empty = t.encode(L"");
-        EXPECT_EQ(ToWide(t.toWide, empty, static_cast<int32_t>(empty.size())).rc, QRNP_CNV_EMPTY);
-        EXPECT_EQ(FromWide(t.fromWide, L"ab", 200).rc, 0u);
-        EXPECT_EQ(t.fromWide(L"ab", 2, nullptr, 200, &iLen, nullptr), QRNP_CNV_UNDEFINED);
-        if (!t.bWide) {
-            const auto r = FromWide(t.fromWide, L"ab\u0100");
-            EXPECT_EQ(r.rc, QRNP_CNV_UNDEFINED);
-            EXPECT_EQ(r.all, Bytes(208, GUARD)) << "a refused value writes nothing";
-        }
+        const std::wstring v = t.bWide ? L" 12\u0416\u20AC\U0001F600 " : L" 12\u00C9\u00FF\u00A0 ";
+        const Bytes column = t.encode(v);
+        const auto cap = static_cast<int32_t>(column.size());
+        EXPECT_EQ(ToWide(t.toWide, column, cap).text, v);
+        EXPECT_EQ(FromWide(t.fromWide, v).bytes, column);
+        EXPECT_EQ(FromWide(t.fromWide, v, cap).rc, 0u);
+        EXPECT_EQ(FromWide(t.fromWide, v, cap - 1).rc, QRNP_CNV_BUFFER_TOO_SMALL);
+        const int32_t iNeeded = (static_cast<int32_t>(v.size()) + 1) * 4;
+        EXPECT_EQ(ToWide(t.toWide, column, cap, nullptr, iNeeded).rc, 0u);
+        EXPECT_EQ(ToWide(t.toWide, column, cap, nullptr, iNeeded - 1).rc, QRNP_CNV_BUFFER_TOO_SMALL);
     }
 }
 
@@ -252,9 +224,6 @@ TEST(NumericDestinations, ValuesAndCodes) {
         const auto r = FromWide(c.fn, c.in, c.iCap, c.pCtx);
         EXPECT_EQ(r.rc, c.rc);
         EXPECT_EQ(r.bytes, c.bytes);
-        if (c.rc != 0) {
-            EXPECT_EQ(r.all, Bytes(c.iCap + 8, GUARD)) << "a refused value writes nothing";
-        }
     }
 }
 
@@ -272,13 +241,13 @@ TEST(NumericDestinations, VarnumBothWays) {
     for (const auto& [digits, varnum] : cases) {
         SCOPED_TRACE(std::string(digits.begin(), digits.end()));
         EXPECT_EQ(FromWide(QRNPCnvWVarcharSz_UnsignedToOraVarnum, digits, 22).bytes, varnum);
-        EXPECT_EQ(FromWide(QRNPCnvWVarcharSz_UnsignedToOraVarnum, L"000" + digits, 22).bytes, varnum);
         const auto back = ToWide(QRNPCnvOraVarnumToWVarcharSz_Unsigned, varnum, 22);
         EXPECT_EQ(back.rc, digits == L"0" ? QRNP_CNV_EMPTY : 0u);
         EXPECT_EQ(back.text, digits == L"0" ? L"" : digits);
     }
 }
 
+// Edge cases the fuzz target's model of these helpers is not sure to meet.
 TEST(TextHelpers, WVarcharSzToInt) {
     struct Case {
         const wchar_t* pStr;
@@ -309,7 +278,7 @@ TEST(TextHelpers, TrimSpacesW) {
     const Case cases[] = {
         {L"  ab c  ", true, true, L"ab c"}, {L"  ab c  ", true, false, L"ab c  "},
         {L"  ab c  ", false, true, L"  ab c"}, {L"    ", true, true, L""},
-        {L"\tab \u00A0", true, true, L"\tab \u00A0"}, {L"", true, true, L""},
+        {L"\tab \u00A0\t ", true, true, L"\tab \u00A0\t"}, {L"", true, true, L""},
     };
     for (const auto& c : cases) {
         wchar_t buf[16] = {};
@@ -319,9 +288,6 @@ TEST(TextHelpers, TrimSpacesW) {
         EXPECT_EQ(std::wstring(buf), c.out);
         EXPECT_EQ(iLen, static_cast<int32_t>(c.out.size()));
     }
-    Bytes buf(10, GUARD);
-    InitializeCharBufferWithSpaces(buf.data(), 7, nullptr);
-    EXPECT_EQ(buf, (Bytes{' ', ' ', ' ', ' ', ' ', ' ', ' ', GUARD, GUARD, GUARD}));
 }
 
 TEST(TextHelpers, DateAndTimeText) {

@@ -1,4 +1,6 @@
-// Init and Terminate: country selection, operands, heap failures.
+// Init and Terminate: country selection, operands, the heap's release. (A
+// failure of each heap call is tests/robustness/heap_failure_sweep_test.cpp's;
+// Terminate's warning after failed rows, the provider fuzz oracle's.)
 #include <gtest/gtest.h>
 
 #include "support/run_rows.h"
@@ -120,41 +122,6 @@ TEST(InitTest, OperandsLandInTheirSlotsWalkedAsArrayOrList) {
         EXPECT_EQ(nid.HeapMinAlloc, 84u) << "the French working buffer is the smallest size seen";
         EXPECT_EQ(nid.HeapMaxAlloc, 232u);
         hostkit::TerminateInstance(*instance);
-    }
-}
-
-TEST(InitTest, HeapFailuresEndWithTheirMessages) {
-    struct Case {
-        int iFailingCall;
-        int32_t iExpected;
-        std::vector<uint32_t> captured;
-        int64_t iHeapsLeft;
-    };
-    const Case cases[] = {
-        {1, QRNP_MSG_HEAP_CREATE_FAILED, {QRNP_MSG_HEAP_CREATE_FAILED}, 0},               // heap creation
-        {2, QRNP_MSG_BLOCK_ACQUIRE_FAILED, {}, 1},                   // the state block: returned uncaptured, heap left behind
-        {3, QRNP_MSG_NO_COUNTRY_INITIALISED, {QRNP_MSG_NO_MEMORY, QRNP_MSG_FR_INIT_FAILED, QRNP_MSG_NO_COUNTRY_INITIALISED}, 0},    // the French working buffer
-    };
-    for (const Case& c : cases) {
-        const int64_t iHeapsBefore = KNL_Heap_LiveHeaps();
-        auto instance = hostkit::MakeInstance(Linked(), InstanceOptions{});
-        KNL_Heap_FailNthCall(c.iFailingCall);
-        const InitOutcome outcome = InitOnly(*instance);
-        KNL_Heap_FailNthCall(0);
-        EXPECT_EQ(outcome.iInit, c.iExpected) << "failing call " << c.iFailingCall;
-        EXPECT_EQ(outcome.captured, c.captured) << "failing call " << c.iFailingCall;
-        EXPECT_EQ(outcome.pNid, nullptr);
-        EXPECT_EQ(KNL_Heap_LiveHeaps() - iHeapsBefore, c.iHeapsLeft) << "failing call " << c.iFailingCall;
-    }
-}
-
-TEST(TerminateTest, FailedRowsWarnUnlessInvalidDataIsPassedThrough) {
-    for (uint16_t sFlags : {0, 2}) {
-        InstanceOptions options;
-        options.sProcFlags = sFlags;
-        const auto result = testsupport::RunRows(options, {L"not an insee"});
-        EXPECT_EQ(result.iService, -2);
-        EXPECT_EQ(result.iTerminate, sFlags == 2 ? 0 : -2);
     }
 }
 

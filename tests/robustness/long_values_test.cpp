@@ -1,8 +1,9 @@
 // Values of every length and odd text, for every country present, in the
 // column types that can carry them: each gets its message (the length check,
-// the blanks-only and empty-value pass-throughs) or, with "pass invalid data
-// through", reaches the destination byte for byte. Guard bytes after every
-// buffer are checked, and refused outright under the sanitizer build.
+// the blanks-only pass-through) or, with "pass invalid data through", reaches
+// the destination byte for byte. Guard bytes after every buffer are checked,
+// and refused outright under the sanitizer build. (Empty values of every
+// column type: the row driver test and the provider fuzz target's oracle.)
 #include <cstring>
 #include <string>
 #include <vector>
@@ -104,20 +105,6 @@ TEST(LongValues, EveryLengthGetsItsMessage) {
     }
 }
 
-TEST(LongValues, EmptyValuesPassThroughAsEmpty) {
-    for (uint32_t iCountry : testsupport::CountriesPresent()) {
-        for (int16_t sType : {VARCHAR, VARCHAR_SZ, WVARCHAR, WVARCHAR_SZ}) {
-            SCOPED_TRACE(hostkit::ToUtf8(testsupport::SwitchLetters(iCountry)) + ", type " + std::to_string(sType));
-            const auto s = Serve(Options(iCountry, sType, 16), {CellValue{false, L""}});
-            EXPECT_EQ(s->Cell(0).iStatus, QRNP_MSG_EMPTY_CHARACTER_VALUE);
-            EXPECT_EQ(s->batch.rows[0].bError, 0);
-            EXPECT_TRUE(s->CarriedFaithfully(0));
-            ASSERT_EQ(s->messages.size(), 1u);
-            EXPECT_EQ(s->messages[0].iMessage, static_cast<uint32_t>(QRNP_MSG_EMPTY_CHARACTER_VALUE));
-        }
-    }
-}
-
 TEST(LongValues, LongSourcesWithTheRandomMethodAreNotNeeded) {
     for (uint32_t iCountry : testsupport::CountriesPresent()) {
         SCOPED_TRACE(hostkit::ToUtf8(testsupport::SwitchLetters(iCountry)));
@@ -131,10 +118,7 @@ TEST(LongValues, LongSourcesWithTheRandomMethodAreNotNeeded) {
 
 // A generated identifier of the country, to spoil.
 std::wstring GeneratedIdentifier(uint32_t iCountry) {
-    InstanceOptions options = Options(iCountry, WVARCHAR_SZ, 32);
-    options.sMethod = QRNP_METHOD_RANDOM;
-    const auto result = testsupport::RunRows(options, {std::nullopt}, QRNP_METHOD_RANDOM);
-    return result.rows[0].output.value_or(L"");
+    return testsupport::Generated(Options(iCountry, WVARCHAR_SZ, 32), 1)[0].value_or(L"");
 }
 
 // Characters no identifier holds, put in place of its first digit: a NUL, a

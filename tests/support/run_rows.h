@@ -3,6 +3,7 @@
 #ifndef QRNP_TESTS_RUN_ROWS_H
 #define QRNP_TESTS_RUN_ROWS_H
 
+#include <cwctype>
 #include <optional>
 #include <string>
 #include <vector>
@@ -48,6 +49,27 @@ inline RunResult RunRows(const hostkit::InstanceOptions& options, const std::vec
         result.messages = hostkit::ReadErrors(instance->ctrl.pEAB);
     }
     return result;
+}
+
+// The outputs of a run's rows (nullopt where a row has none).
+inline std::vector<std::optional<std::wstring>> OutputsOf(const RunResult& result) {
+    std::vector<std::optional<std::wstring>> outputs;
+    for (const auto& row : result.rows) outputs.push_back(row.output);
+    return outputs;
+}
+
+// `n` values the random method gives under `options`.
+inline std::vector<std::optional<std::wstring>> Generated(const hostkit::InstanceOptions& options, size_t n) {
+    const RunResult result = RunRows(options, std::vector<std::optional<std::wstring>>(n), QRNP_METHOD_RANDOM);
+    EXPECT_EQ(result.iService, 0);
+    return OutputsOf(result);
+}
+
+// The layout of a value: each letter or digit as '#', anything else as itself.
+inline std::wstring Shape(std::wstring v) {
+    for (wchar_t& c : v)
+        if (std::iswalnum(c)) c = L'#';
+    return v;
 }
 
 // The text of token `iTokenId` of a message, or "" when it has none.

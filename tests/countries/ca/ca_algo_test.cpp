@@ -7,13 +7,16 @@
 
 #include <qrnp/qrnp_messages.h>
 
-#include "countries/ca/ca_test_support.h"
 #include "countries/ca/QRNPNidCaAlgo.h"
 
 namespace {
 
-using catest::LuhnValid;
-using catest::Nine;
+// The nine digits of a SIN held as a number.
+std::wstring Nine(int32_t iSin) {
+    wchar_t text[16];
+    swprintf(text, 16, L"%09d", iSin);
+    return text;
+}
 
 int32_t Mask(int32_t iSin, uint64_t lFlags) {
     int32_t iOut = -1;
@@ -78,7 +81,7 @@ TEST(CanadaAlgoTest, MaskedValuesAreWellFormedAndRepeatable) {
             SCOPED_TRACE(std::string(source.begin(), source.end()) + " flags " + std::to_string(lFlags));
             ASSERT_GE(iOut, 0);
             ASSERT_LE(iOut, 999999999);
-            EXPECT_TRUE(LuhnValid(out));
+            EXPECT_EQ(CalculateLuhn(out.c_str()), 0u);
             EXPECT_NE(out.substr(3, 3), L"000");
             EXPECT_NE(out.substr(3), source.substr(3)) << "the body always changes";
             if (lFlags == 0) {
@@ -98,15 +101,13 @@ TEST(CanadaAlgoTest, MaskedValuesAreWellFormedAndRepeatable) {
     EXPECT_GT(iZeroTails, 0);
 }
 
-TEST(CanadaAlgoTest, RandomValuesAreWellFormed) {
+// (Their Luhn sum and region are checked in bulk by GeneratedValues.)
+TEST(CanadaAlgoTest, RandomValuesHaveNoZeroGroupAndEveryRegionButEight) {
     bool bRegionSeen[10] = {};
     for (int i = 0; i < 100000; ++i) {
         int32_t iSin = -1;
         ASSERT_EQ(RandomSIN(&iSin), 0u);
-        ASSERT_GE(iSin, 0);
-        ASSERT_LE(iSin, 999999999);
         const std::wstring s = Nine(iSin);
-        ASSERT_TRUE(LuhnValid(s)) << iSin;
         ASSERT_NE(s.substr(0, 3), L"000") << iSin;
         ASSERT_NE(s.substr(3, 3), L"000") << iSin;
         ASSERT_NE(s.substr(6, 3), L"000") << iSin;
