@@ -89,6 +89,8 @@ CountryDriver MadeUp(ColumnCheckKind column = kCharacterColumns) {
         .pfnMask = Mask,
         .pfnRandom = Random,
         .pfnFormatOutput = FormatOutput,
+        .pfnEncrypt = nullptr,
+        .pfnDecrypt = nullptr,
         .pDstConversionTrace = "Error in dest conversion",
     };
 }
