@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -101,12 +102,22 @@ void ResetErrors(Instance& instance);
 
 // A cell value: NULL, a wide string encoded in the column's type, or (bRaw)
 // the cell's bytes exactly as given, for hosts that hand over malformed data.
+// A host that reads single-byte text may give it as it read it (bLatin1): its
+// ISO-8859-1 bytes, one byte a character, stand for `text`, which stays
+// empty; the cell is encoded exactly as the widened text would be.
 struct CellValue {
     bool bNull = false;
     std::wstring text;
     bool bRaw = false;
     std::vector<unsigned char> raw{};   // with bRaw: the source bytes; iSrcLen is their count
+    bool bLatin1 = false;
+    std::string latin1{};               // with bLatin1: the value's characters, one byte each
 };
+
+// The value's characters: `text`, or its ISO-8859-1 bytes widened into *pScratch.
+const std::wstring& CellText(const CellValue& value, std::wstring* pScratch);
+// Its length in characters, and whether it has none.
+inline size_t CellLength(const CellValue& value) { return value.bLatin1 ? value.latin1.size() : value.text.size(); }
 
 // How a rowset is shaped.
 struct BatchOptions {
@@ -164,6 +175,13 @@ RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow);
 // memory (false when the destination cannot be read).
 RowResult ReadRowStatus(const Instance& instance, const Batch& batch, int iRow);
 bool ReadRowOutput(const Instance& instance, const Batch& batch, int iRow, std::wstring* pText);
+
+// For single-byte column types: the output as its bytes in the batch (one
+// byte a character, ISO-8859-1), valid until the batch is filled again: what
+// ReadRowOutput would decode, without widening it. False when the column is
+// not single-byte or the cell is not laid out the common way: ReadRowOutput
+// then decides.
+bool ReadRowBytes(const Instance& instance, const Batch& batch, int iRow, std::string_view* pBytes);
 
 // True when no guard byte of the batch was overwritten (unprotects them first).
 bool GuardsIntact(const Batch& batch);

@@ -63,7 +63,7 @@ void MaskingSession::DecideRows(const std::vector<hostkit::CellValue>& values, c
     };
     for (size_t i = 0; i < nRows; ++i) {
         const hostkit::CellValue& value = values[i];
-        const bool bEmpty = !value.bNull && value.text.empty();
+        const bool bEmpty = !value.bNull && hostkit::CellLength(value) == 0;
         if (i < refused.size() && refused[i] != 0) {
             decide(i, RowKind::Rejected, refused[i] & 0xFFFF);
         } else if (bKeepEmpty && value.bNull) {
@@ -71,7 +71,8 @@ void MaskingSession::DecideRows(const std::vector<hostkit::CellValue>& values, c
         } else if (bEmpty && (bKeepEmpty || hostkit::IsNumericType(sType))) {
             decide(i, RowKind::Empty, hostkit::IsNumericType(sType) ? QRNP_MSG_EMPTY_NUMERIC_VALUE : QRNP_MSG_EMPTY_CHARACTER_VALUE);
         } else if (batch_.encodeFailed[i] != 0) {
-            const std::wstring& text = value.text;
+            std::wstring scratch;
+            const std::wstring& text = hostkit::CellText(value, &scratch);
             uint32_t iMessage = kHostMsgCannotEncode;
             if (hostkit::IsNumericType(sType)) {
                 iMessage = kHostMsgNotANumber;
@@ -90,16 +91,18 @@ hostkit::Message MaskingSession::HostMessage(uint32_t iMessage, const hostkit::C
                                              uint32_t iDetail) const {
     hostkit::Message message;
     message.iMessage = iMessage;
+    std::wstring scratch;
+    const std::wstring& text = hostkit::CellText(value, &scratch);
     const auto add = [&](int32_t iTokenId, std::wstring text) { message.tokens.emplace_back(iTokenId, std::move(text)); };
     switch (iMessage) {
         case kHostMsgTooLong:
-            add(QRNP_TOKID_SRCLEN, std::to_wstring(value.text.size()));
+            add(QRNP_TOKID_SRCLEN, std::to_wstring(text.size()));
             add(QRNP_TOKID_COLLEN, std::to_wstring(settings_.instance.iLength));
             break;
         case kHostMsgNotANumber:
         case kHostMsgNotSingleByte:
         case kHostMsgCannotEncode:
-            add(QRNP_TOKID_SRCDATA, value.text);
+            add(QRNP_TOKID_SRCDATA, text);
             add(QRNP_TOKID_SRC_DATATYPE, std::to_wstring(settings_.instance.sDataType));
             break;
         case kHostMsgMissingField: add(QRNP_TOKID_COL_COUNT, std::to_wstring(iDetail)); break;
@@ -128,20 +131,15 @@ ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values,
 
     kinds_.resize(nRows);
     if (outputs_.size() < nRows) outputs_.resize(nRows);
+    outputBytes_.resize(nRows);
+    outputIsBytes_.assign(nRows, 0);
     const bool bFixedWidth = hostkit::IsFixedWidthType(settings_.instance.sDataType);
     counts_.iRead += nRows;
     for (size_t i = 0; i < nRows; ++i) {
         RowKind kind = hostKinds_[i];
         if (kind == RowKind::Unserved) {
             kind = Classify(hostkit::ReadRowStatus(*instance_, batch_, static_cast<int>(i)));
-            if (kind == RowKind::Masked) {
-                std::wstring& text = outputs_[i];
-                if (!hostkit::ReadRowOutput(*instance_, batch_, static_cast<int>(i), &text)) {
-                    kind = RowKind::Rejected;  // nothing readable was written
-                } else if (bFixedWidth) {
-                    while (!text.empty() && text.back() == L' ') text.pop_back();
-                }
-            }
+            if (kind == RowKind::Masked && !ReadOutput(i, bFixedWidth)) kind = RowKind::Rejected;
         }
         kinds_[i] = kind;
         switch (kind) {
@@ -159,6 +157,37 @@ ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values,
     }
     CollectMessages(iFirstRecord, nRows);
     return ServeResult::Served;
+}
+
+// The result of a masked row: its bytes where the column is single-byte,
+// else decoded. False when nothing readable was written.
+bool MaskingSession::ReadOutput(size_t iRow, bool bFixedWidth) {
+    const int iCell = static_cast<int>(iRow);
+    std::string_view bytes;
+    if (hostkit::ReadRowBytes(*instance_, batch_, iCell, &bytes)) {
+        if (bFixedWidth) {
+            while (!bytes.empty() && bytes.back() == ' ') bytes.remove_suffix(1);
+        }
+        outputBytes_[iRow] = bytes;
+        outputIsBytes_[iRow] = 1;
+        return true;
+    }
+    std::wstring& text = outputs_[iRow];
+    if (!hostkit::ReadRowOutput(*instance_, batch_, iCell, &text)) return false;
+    if (bFixedWidth) {
+        while (!text.empty() && text.back() == L' ') text.pop_back();
+    }
+    return true;
+}
+
+const std::wstring& MaskingSession::Output(size_t iRow) const {
+    std::wstring& text = outputs_[iRow];
+    if (outputIsBytes_[iRow] != 0) {
+        const std::string_view bytes = outputBytes_[iRow];
+        text.resize(bytes.size());
+        for (size_t k = 0; k < bytes.size(); ++k) text[k] = static_cast<wchar_t>(static_cast<unsigned char>(bytes[k]));
+    }
+    return text;
 }
 
 // Reads and clears the error list; writes the report lines of the rows
