@@ -20,9 +20,17 @@ namespace hostkit {
 namespace {
 
 constexpr size_t kGuardBytes = 16;
+constexpr unsigned char kGuard = 0xA5;
 
 void WriteRaw16(unsigned char* p, int16_t v) { std::memcpy(p, &v, sizeof v); }
-constexpr unsigned char kGuard = 0xA5;
+
+// Writes one run of guard bytes (a fixed-size copy: a store or two, no call).
+void PutGuard(unsigned char* p) {
+    static constexpr unsigned char kPattern[kGuardBytes] = {kGuard, kGuard, kGuard, kGuard, kGuard, kGuard,
+                                                             kGuard, kGuard, kGuard, kGuard, kGuard, kGuard,
+                                                             kGuard, kGuard, kGuard, kGuard};
+    std::memcpy(p, kPattern, kGuardBytes);
+}
 
 struct Converters {
     QRNPToWideFn toWide;
@@ -69,6 +77,19 @@ size_t SourceBytes(const ColumnDef& column, size_t n) {
         default: return n;
     }
 }
+
+// SourceBytes of one column as a rule, worked out once per rowset: a fixed
+// size, or a prefix or terminator plus a size per character.
+struct SourceSize {
+    bool bFixed;
+    size_t iBase;
+    size_t iPerChar;
+    explicit SourceSize(const ColumnDef& column)
+        : bFixed(SourceBytes(column, 0) == SourceBytes(column, 1)),
+          iBase(SourceBytes(column, 0)),
+          iPerChar(SourceBytes(column, 1) - SourceBytes(column, 0)) {}
+    size_t Of(size_t n) const { return bFixed ? iBase : iBase + iPerChar * n; }
+};
 
 // Capacity of a destination cell: the column's declared width.
 size_t DestinationBytes(const ColumnDef& column) {
@@ -219,6 +240,7 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
     // place and never move, so their pointers are set in the same pass.
     // Each row: the source, its guard, the destination (zero bytes, or
     // none) and its guard.
+    const SourceSize sourceSize(column);
     size_t iBound = 0;
     for (const CellValue& value : values) {
         size_t iSrc = 0;
@@ -227,8 +249,8 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
         } else if (value.bRaw) {
             iSrc = value.raw.size();
         } else {
-            iSrc = SourceBytes(column, CellLength(value));
-            if (EncodeRefusal(column, converters, iSrc) != 0) iSrc = SourceBytes(column, 0);
+            iSrc = sourceSize.Of(CellLength(value));
+            if (EncodeRefusal(column, converters, iSrc) != 0) iSrc = sourceSize.Of(0);
         }
         iBound += iSrc + kGuardBytes + iDstBytes + kGuardBytes;
     }
@@ -251,7 +273,7 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
             at += value.raw.size();
             cell.iSrcLen = static_cast<int32_t>(value.raw.size());
         } else {
-            const size_t iBytes = SourceBytes(column, CellLength(value));
+            const size_t iBytes = sourceSize.Of(CellLength(value));
             size_t iSize = 0;
             uint32_t iCode = EncodeRefusal(column, converters, iBytes);
             if (iCode == 0) {
@@ -264,7 +286,7 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
             }
             if (iCode != 0) {
                 batch.encodeFailed[r] = 1;
-                iSize = SourceBytes(column, 0);  // zero bytes
+                iSize = sourceSize.Of(0);  // zero bytes
             }
             at += iSize;
             cell.iSrcLen = batchOptions.bSourceLengthUnknown && bOwnLength ? 0 : static_cast<int32_t>(iSize);
@@ -272,7 +294,7 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
         const bool bNullPointer = value.bNull && batchOptions.bNullSourcePointer;
         cell.pSrc = bNullPointer ? nullptr : pArena + iSrcOffset;
         batch.srcGuard[r] = at;
-        std::memset(pArena + at, kGuard, kGuardBytes);
+        PutGuard(pArena + at);
         at += kGuardBytes;
         if (iDstBytes > 0) {
             cell.iDstCap = static_cast<int32_t>(iDstBytes);
@@ -282,7 +304,7 @@ void FillBatch(const Instance& instance, const std::vector<CellValue>& values, B
         }
         at += iDstBytes;
         batch.dstGuard[r] = at;
-        std::memset(pArena + at, kGuard, kGuardBytes);
+        PutGuard(pArena + at);
         at += kGuardBytes;
 
         row.sColCount = static_cast<int16_t>(cellsPerRow);
@@ -299,29 +321,8 @@ int32_t ServiceBatch(Instance& instance, Batch& batch, uint16_t sMethod) {
     return instance.pEntryPoints->Service(sMethod, &instance.ctrl, &batch.rowset);
 }
 
-namespace {
-
-const FieldDef& SourceCell(const Batch& batch, int iRow) {
-    return batch.fields[static_cast<size_t>(iRow) * static_cast<size_t>(batch.cellsPerRow) +
-                        static_cast<size_t>(batch.sourceCell)];
-}
-
-}  // namespace
-
-RowResult ReadRowStatus(const Instance& instance, const Batch& batch, int iRow) {
-    (void)instance;
-    RowResult result;
-    const Row& row = batch.rows[static_cast<size_t>(iRow)];
-    const FieldDef& cell = SourceCell(batch, iRow);
-    result.iStatus = cell.iStatus;
-    result.bRejected = row.bError != 0;
-    result.bTaken = row.bTaken != 0;
-    result.bDstNull = cell.bDstNull != 0;
-    return result;
-}
-
 bool ReadRowOutput(const Instance& instance, const Batch& batch, int iRow, std::wstring* pText) {
-    const FieldDef& cell = SourceCell(batch, iRow);
+    const FieldDef& cell = RowSourceCell(batch, iRow);
     const void* pData = instance.ctrl.bDestFlag ? cell.pDst : cell.pSrc;
     const int32_t iLen = instance.ctrl.bDestFlag ? cell.iDstLen : (cell.iDstLen > 0 ? cell.iDstLen : cell.iSrcLen);
     const Converters converters = ConvertersFor(instance.column.sDataType);
@@ -340,36 +341,6 @@ bool ReadRowOutput(const Instance& instance, const Batch& batch, int iRow, std::
         return false;
     }
     return true;
-}
-
-bool ReadRowBytes(const Instance& instance, const Batch& batch, int iRow, std::string_view* pBytes) {
-    const FieldDef& cell = SourceCell(batch, iRow);
-    const bool bSeparate = instance.ctrl.bDestFlag != 0;
-    const auto* p = static_cast<const char*>(bSeparate ? cell.pDst : cell.pSrc);
-    const int32_t iLen = bSeparate ? cell.iDstLen : (cell.iDstLen > 0 ? cell.iDstLen : cell.iSrcLen);
-    if (p == nullptr || iLen <= 0) return false;
-    size_t n = 0;
-    switch (instance.column.sDataType) {
-        case CHAR:
-            *pBytes = std::string_view(p, static_cast<size_t>(iLen));
-            return true;
-        case VARCHAR: {
-            int16_t sPrefix = 0;
-            if (iLen < 2) return false;
-            std::memcpy(&sPrefix, p, sizeof sPrefix);
-            if (sPrefix <= 0 || sPrefix + 2 > iLen) return false;
-            *pBytes = std::string_view(p + 2, static_cast<size_t>(sPrefix));
-            return true;
-        }
-        case VARCHAR_SZ: {
-            const void* pEnd = std::memchr(p, 0, static_cast<size_t>(iLen));
-            n = pEnd != nullptr ? static_cast<size_t>(static_cast<const char*>(pEnd) - p) : static_cast<size_t>(iLen);
-            if (n == 0) return false;
-            *pBytes = std::string_view(p, n);
-            return true;
-        }
-        default: return false;
-    }
 }
 
 RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow) {

@@ -12,6 +12,7 @@
 #define QRNP_HOSTKIT_H
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -170,10 +171,25 @@ struct RowResult {
 };
 RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow);
 
+// The row's source cell.
+inline const FieldDef& RowSourceCell(const Batch& batch, int iRow) {
+    return batch.fields[static_cast<size_t>(iRow) * static_cast<size_t>(batch.cellsPerRow) +
+                        static_cast<size_t>(batch.sourceCell)];
+}
+
 // The same in two steps, for hosts that read many rows: the flags and status
 // alone (output left empty), and the output decoded into *pText, reusing its
 // memory (false when the destination cannot be read).
-RowResult ReadRowStatus(const Instance& instance, const Batch& batch, int iRow);
+inline RowResult ReadRowStatus(const Instance&, const Batch& batch, int iRow) {
+    RowResult result;
+    const Row& row = batch.rows[static_cast<size_t>(iRow)];
+    const FieldDef& cell = RowSourceCell(batch, iRow);
+    result.iStatus = cell.iStatus;
+    result.bRejected = row.bError != 0;
+    result.bTaken = row.bTaken != 0;
+    result.bDstNull = cell.bDstNull != 0;
+    return result;
+}
 bool ReadRowOutput(const Instance& instance, const Batch& batch, int iRow, std::wstring* pText);
 
 // For single-byte column types: the output as its bytes in the batch (one
@@ -181,7 +197,35 @@ bool ReadRowOutput(const Instance& instance, const Batch& batch, int iRow, std::
 // ReadRowOutput would decode, without widening it. False when the column is
 // not single-byte or the cell is not laid out the common way: ReadRowOutput
 // then decides.
-bool ReadRowBytes(const Instance& instance, const Batch& batch, int iRow, std::string_view* pBytes);
+inline bool ReadRowBytes(const Instance& instance, const Batch& batch, int iRow, std::string_view* pBytes) {
+    const FieldDef& cell = RowSourceCell(batch, iRow);
+    const bool bSeparate = instance.ctrl.bDestFlag != 0;
+    const auto* p = static_cast<const char*>(bSeparate ? cell.pDst : cell.pSrc);
+    const int32_t iLen = bSeparate ? cell.iDstLen : (cell.iDstLen > 0 ? cell.iDstLen : cell.iSrcLen);
+    if (p == nullptr || iLen <= 0) return false;
+    switch (instance.column.sDataType) {
+        case CHAR:
+            *pBytes = std::string_view(p, static_cast<size_t>(iLen));
+            return true;
+        case VARCHAR: {
+            int16_t sPrefix = 0;
+            if (iLen < 2) return false;
+            std::memcpy(&sPrefix, p, sizeof sPrefix);
+            if (sPrefix <= 0 || sPrefix + 2 > iLen) return false;
+            *pBytes = std::string_view(p + 2, static_cast<size_t>(sPrefix));
+            return true;
+        }
+        case VARCHAR_SZ: {
+            const void* pEnd = std::memchr(p, 0, static_cast<size_t>(iLen));
+            const size_t n = pEnd != nullptr ? static_cast<size_t>(static_cast<const char*>(pEnd) - p)
+                                             : static_cast<size_t>(iLen);
+            if (n == 0) return false;
+            *pBytes = std::string_view(p, n);
+            return true;
+        }
+        default: return false;
+    }
+}
 
 // True when no guard byte of the batch was overwritten (unprotects them first).
 bool GuardsIntact(const Batch& batch);
