@@ -1,5 +1,7 @@
 // Digit helpers of the country algorithms: a seeded permutation, a keyed
 // transposition of digit groups, and fixed-width number text.
+#include <type_traits>
+
 #include <qrnp/qrnp_common.h>
 
 #include "common/cmn_trace.h"
@@ -58,6 +60,28 @@ template <typename Ch, typename Int>
 int32_t ValueToDigits(Int lValue, int16_t sWidth, Ch* pDst, bool bTerminate) {
     if (pDst == nullptr) return -1;
     const int iWidth = sWidth > 0 ? sWidth : 0;
+    if (lValue >= 0) {
+        // The same digits from unsigned divisions, two digits to a step.
+        static constexpr char kPairs[] =
+            "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+            "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+            "8081828384858687888990919293949596979899";
+        using Unsigned = std::make_unsigned_t<Int>;
+        auto uValue = static_cast<Unsigned>(lValue);
+        int i = iWidth - 1;
+        for (; i >= 1; i -= 2) {
+            const Unsigned uPair = uValue % 100;
+            uValue /= 100;
+            pDst[i] = static_cast<Ch>(kPairs[2 * uPair + 1]);
+            pDst[i - 1] = static_cast<Ch>(kPairs[2 * uPair]);
+        }
+        if (i == 0) {
+            pDst[0] = static_cast<Ch>(Ch('0') + uValue % 10);
+            uValue /= 10;
+        }
+        if (bTerminate) pDst[iWidth] = 0;
+        return uValue != 0 ? -1 : 0;
+    }
     for (int i = iWidth - 1; i >= 0; i--) {
         pDst[i] = static_cast<Ch>(Ch('0') + lValue % 10);
         lValue /= 10;
