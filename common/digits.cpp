@@ -1,5 +1,6 @@
 // Digit helpers of the country algorithms: a seeded permutation, a keyed
 // transposition of digit groups, and fixed-width number text.
+#include <cstring>
 #include <type_traits>
 
 #include <qrnp/qrnp_common.h>
@@ -104,8 +105,8 @@ int32_t DigitsToValue(const Ch* pSrc, int16_t n, int16_t sWidth, int64_t* plValu
     return 0;
 }
 
-// PXGetPermutation's work: a permutation of 1..n (at most 16) picked by the seed.
-void Permutation(int32_t iSeed, int16_t n, int16_t* pOut) {
+// The permutation of 1..n (at most 16) the seed picks.
+constexpr void PermutationByRule(int32_t iSeed, int16_t n, int16_t* pOut) {
     if (n > kMaxPermutation) n = kMaxPermutation;
     if (n > 0 && pOut != nullptr) {
         int16_t pool[kMaxPermutation];
@@ -119,6 +120,59 @@ void Permutation(int32_t iSeed, int16_t n, int16_t* pOut) {
             for (int32_t j = k; j < iLeft - 1; j++) pool[j] = pool[j + 1];
         }
         pOut[n - 1] = pool[0];
+    }
+}
+
+// A seed enters only as its remainders by 2..n, so for a small n the
+// permutation repeats with the least common multiple of 2..n, and the table
+// of one cycle (made by the rule itself) gives every seed's.
+constexpr int16_t kMaxTabledPermutation = 8;
+
+constexpr int32_t PermutationCycle(int16_t n) {
+    int32_t iCycle = 1;
+    for (int32_t i = 2; i <= n; ++i) {
+        int32_t a = iCycle, b = i;
+        while (b != 0) {
+            const int32_t t = a % b;
+            a = b;
+            b = t;
+        }
+        iCycle = iCycle / a * i;
+    }
+    return iCycle;
+}
+
+template <int16_t N>
+struct PermutationTable {
+    static constexpr int32_t kCycle = PermutationCycle(N);
+    int16_t rows[kCycle][N] = {};
+    constexpr PermutationTable() {
+        for (int32_t iSeed = 0; iSeed < kCycle; ++iSeed) PermutationByRule(iSeed, N, rows[iSeed]);
+    }
+};
+
+template <int16_t N>
+constexpr PermutationTable<N> kPermutations{};
+
+template <int16_t N>
+void CopyTabled(int32_t iSeed, int16_t* pOut) {
+    constexpr int32_t kCycle = PermutationTable<N>::kCycle;
+    int32_t iRow = iSeed % kCycle;
+    if (iRow < 0) iRow += kCycle;  // a negative seed's remainders are taken the same way
+    std::memcpy(pOut, kPermutations<N>.rows[iRow], sizeof(int16_t) * N);
+}
+
+// PXGetPermutation's work: a permutation of 1..n (at most 16) picked by the seed.
+void Permutation(int32_t iSeed, int16_t n, int16_t* pOut) {
+    if (pOut == nullptr || n < 2 || n > kMaxTabledPermutation) return PermutationByRule(iSeed, n, pOut);
+    switch (n) {
+        case 2: return CopyTabled<2>(iSeed, pOut);
+        case 3: return CopyTabled<3>(iSeed, pOut);
+        case 4: return CopyTabled<4>(iSeed, pOut);
+        case 5: return CopyTabled<5>(iSeed, pOut);
+        case 6: return CopyTabled<6>(iSeed, pOut);
+        case 7: return CopyTabled<7>(iSeed, pOut);
+        default: return CopyTabled<8>(iSeed, pOut);
     }
 }
 
