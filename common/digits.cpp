@@ -105,22 +105,25 @@ int32_t DigitsToValue(const Ch* pSrc, int16_t n, int16_t sWidth, int64_t* plValu
     return 0;
 }
 
-// The permutation of 1..n (at most 16) the seed picks.
-constexpr void PermutationByRule(int32_t iSeed, int16_t n, int16_t* pOut) {
-    if (n > kMaxPermutation) n = kMaxPermutation;
-    if (n > 0 && pOut != nullptr) {
-        int16_t pool[kMaxPermutation];
-        for (int16_t i = 0; i < n; i++) pool[i] = static_cast<int16_t>(i + 1);
-        // The same seed picks at every step: k = seed mod (values left).
-        for (int16_t i = 0; i < n - 1; i++) {
-            const int32_t iLeft = n - i;
-            int32_t k = iSeed % iLeft;
-            if (k < 0) k += iLeft;  // a negative seed stays inside the pool
-            pOut[i] = pool[k];
-            for (int32_t j = k; j < iLeft - 1; j++) pool[j] = pool[j + 1];
-        }
-        pOut[n - 1] = pool[0];
+// The permutation of 1..n (1 to 16) the seed picks, into pOut[0..n-1].
+constexpr void PermutationInto(int32_t iSeed, int16_t n, int16_t* pOut) {
+    int16_t pool[kMaxPermutation] = {};
+    for (int16_t i = 0; i < n; i++) pool[i] = static_cast<int16_t>(i + 1);
+    // The same seed picks at every step: k = seed mod (values left).
+    for (int16_t i = 0; i < n - 1; i++) {
+        const int32_t iLeft = n - i;
+        int32_t k = iSeed % iLeft;
+        if (k < 0) k += iLeft;  // a negative seed stays inside the pool
+        pOut[i] = pool[k];
+        for (int32_t j = k; j < iLeft - 1; j++) pool[j] = pool[j + 1];
     }
+    pOut[n - 1] = pool[0];
+}
+
+// The same for any n (more than 16 is cut to 16, none is nothing) and output.
+void PermutationByRule(int32_t iSeed, int16_t n, int16_t* pOut) {
+    if (n > kMaxPermutation) n = kMaxPermutation;
+    if (n > 0 && pOut != nullptr) PermutationInto(iSeed, n, pOut);
 }
 
 // A seed enters only as its remainders by 2..n, so for a small n the
@@ -147,7 +150,7 @@ struct PermutationTable {
     static constexpr int32_t kCycle = PermutationCycle(N);
     int16_t rows[kCycle][N] = {};
     constexpr PermutationTable() {
-        for (int32_t iSeed = 0; iSeed < kCycle; ++iSeed) PermutationByRule(iSeed, N, rows[iSeed]);
+        for (int32_t iSeed = 0; iSeed < kCycle; ++iSeed) PermutationInto(iSeed, N, rows[iSeed]);
     }
 };
 

@@ -135,8 +135,9 @@ TEST(Latin1Cells, ResultBytesAreTheDecodedResult) {
                 std::wstring text;
                 const bool bText = hostkit::ReadRowOutput(*instance, batch, 0, &text);
                 const bool bBytes = hostkit::ReadRowBytes(*instance, batch, 0, &bytes);
-                if (column.sDataType == VARCHAR && layout.iDstLen > 2 && layout.bytes == prefixed(15, "285057800608412"))
+                if (column.sDataType == VARCHAR && layout.iDstLen > 2 && layout.bytes == prefixed(15, "285057800608412")) {
                     EXPECT_TRUE(bBytes) << "a plain result is read as bytes";
+                }
                 if (bBytes) {
                     SCOPED_TRACE(std::string(layout.pName) + ", type " + std::to_string(column.sDataType));
                     EXPECT_TRUE(bText);
