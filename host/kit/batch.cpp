@@ -123,7 +123,7 @@ uint32_t EncodeAt(const ColumnDef& column, const Converters& converters, const w
     const uint32_t iCode = converters.fromWide(pText, static_cast<int32_t>(n), p, static_cast<int32_t>(iBytes),
                                                &iUsed, &column);
     if (iCode != 0) {
-        std::memset(p, 0, iBytes);  // whatever a converter wrote before it failed
+        if (iBytes > 0) std::memset(p, 0, iBytes);  // whatever a converter wrote before it failed (p may be null for none)
         return iCode;
     }
     if (column.sDataType == CHAR) {
