@@ -4,6 +4,10 @@
 #
 #   bench/e2e.sh [BUILD_DIR]        (ROWS=10000000 COUNTRIES="FR IT ..." to change)
 #
+# With BASELINE=OTHER_BUILD_DIR every masking run is made by both builds in
+# turn on the same file, so that their ratio comes from one run of the
+# machine whatever else it is doing.
+#
 # For every country: nidmask generates ROWS identifiers (--method random),
 # then masks them as lines and as CSV (a row number and the identifier,
 # column "nid"), each timed with /usr/bin/time -v; the input is also copied
@@ -48,7 +52,7 @@ timed() {
 report() {
   local cc=$1 what=$2 wall=$3 cpu=$4 rss=$5
   awk -v cc="$cc" -v what="$what" -v rows="$rows" -v wall="$wall" -v cpu="$cpu" -v rss="$rss" 'BEGIN {
-    printf "%-3s %-15s %11.0f rows/s %11.0f rows/s (CPU) %8.2f s %7.1f MB\n", cc, what,
+    printf "%-3s %-26s %11.0f rows/s %11.0f rows/s (CPU) %8.2f s %7.1f MB\n", cc, what,
       (wall > 0 ? rows / wall : 0), (cpu > 0 ? rows / cpu : 0), wall, rss / 1024 }'
 }
 
@@ -64,9 +68,17 @@ for cc in $countries; do
 
   read -r wall cpu rss < <(timed sh -c 'cat "$1" > "$2"' cat "$in" "$work/out")
   report "$cc" "cat (floor)" "$wall" "$cpu" "$rss"
-  read -r wall cpu rss < <(timed "$nidmask" --quiet --country "$cc" -o "$work/out" "$in")
-  report "$cc" "mask lines" "$wall" "$cpu" "$rss"
-  read -r wall cpu rss < <(timed "$nidmask" --quiet --country "$cc" --format csv --column nid -o "$work/out" "$work/$cc.csv")
-  report "$cc" "mask csv" "$wall" "$cpu" "$rss"
+  for run in "" ${BASELINE:+baseline}; do
+    bin=$nidmask
+    [ -n "$run" ] && bin="$BASELINE/bin/nidmask"
+    read -r wall cpu rss < <(timed "$bin" --quiet --country "$cc" -o "$work/out" "$in")
+    report "$cc" "mask lines${run:+ ($run)}" "$wall" "$cpu" "$rss"
+  done
+  for run in "" ${BASELINE:+baseline}; do
+    bin=$nidmask
+    [ -n "$run" ] && bin="$BASELINE/bin/nidmask"
+    read -r wall cpu rss < <(timed "$bin" --quiet --country "$cc" --format csv --column nid -o "$work/out" "$work/$cc.csv")
+    report "$cc" "mask csv${run:+ ($run)}" "$wall" "$cpu" "$rss"
+  done
   rm -f "$in" "$work/$cc.csv" "$work/out"
 done

@@ -4,7 +4,8 @@
 # three chained single-column runs, with `cat` of the same file as the floor;
 # records per second and peak resident memory of each.
 #
-#   bench/rules_e2e.sh [BUILD_DIR]        (ROWS=10000000 to change)
+#   bench/rules_e2e.sh [BUILD_DIR]        (ROWS=10000000 to change; BASELINE=OTHER_BUILD_DIR
+#                                          times that build's one pass too, on the same file)
 set -euo pipefail
 build=${1:-build-bench}
 rows=${ROWS:-10000000}
@@ -24,7 +25,7 @@ timed() {  # command...: "wall cpu peak_kB" (exit 1, rows rejected, still counts
 }
 report() {
   awk -v what="$1" -v rows="$rows" -v wall="$2" -v cpu="$3" -v rss="$4" 'BEGIN {
-    printf "%-22s %11.0f records/s %11.0f records/s (CPU) %8.2f s %7.1f MB\n", what,
+    printf "%-28s %11.0f records/s %11.0f records/s (CPU) %8.2f s %7.1f MB\n", what,
       (wall > 0 ? rows / wall : 0), (cpu > 0 ? rows / cpu : 0), wall, rss / 1024 }'
 }
 
@@ -49,6 +50,12 @@ read -r wall cpu rss < <(timed sh -c 'cat "$1" > "$2"' cat "$work/in.csv" "$work
 report "cat (floor)" "$wall" "$cpu" "$rss"
 read -r wall cpu rss < <(timed "$nidmask" -q --rules "$work/rules.toml" "$work/in.csv" -o "$work/out.csv")
 report "rules, one pass" "$wall" "$cpu" "$rss"
+if [ -n "${BASELINE:-}" ]; then
+  read -r wall cpu rss < <(timed "$BASELINE/bin/nidmask" -q --rules "$work/rules.toml" "$work/in.csv" -o "$work/base.csv")
+  report "rules, one pass (baseline)" "$wall" "$cpu" "$rss"
+  cmp -s "$work/out.csv" "$work/base.csv" && echo "baseline output identical" || echo "baseline output DIFFERS"
+  rm -f "$work/base.csv"
+fi
 chained() {
   "$1" -q --country FR --format csv --column fr_nir "$2" |
     "$1" -q --country US --format csv --column us_ssn |

@@ -1,5 +1,8 @@
 // Digit helpers of the country algorithms: a seeded permutation, a keyed
 // transposition of digit groups, and fixed-width number text.
+#include <cstring>
+#include <type_traits>
+
 #include <qrnp/qrnp_common.h>
 
 #include "common/cmn_trace.h"
@@ -58,6 +61,28 @@ template <typename Ch, typename Int>
 int32_t ValueToDigits(Int lValue, int16_t sWidth, Ch* pDst, bool bTerminate) {
     if (pDst == nullptr) return -1;
     const int iWidth = sWidth > 0 ? sWidth : 0;
+    if (lValue >= 0) {
+        // The same digits from unsigned divisions, two digits to a step.
+        static constexpr char kPairs[] =
+            "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+            "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+            "8081828384858687888990919293949596979899";
+        using Unsigned = std::make_unsigned_t<Int>;
+        auto uValue = static_cast<Unsigned>(lValue);
+        int i = iWidth - 1;
+        for (; i >= 1; i -= 2) {
+            const Unsigned uPair = uValue % 100;
+            uValue /= 100;
+            pDst[i] = static_cast<Ch>(kPairs[2 * uPair + 1]);
+            pDst[i - 1] = static_cast<Ch>(kPairs[2 * uPair]);
+        }
+        if (i == 0) {
+            pDst[0] = static_cast<Ch>(Ch('0') + uValue % 10);
+            uValue /= 10;
+        }
+        if (bTerminate) pDst[iWidth] = 0;
+        return uValue != 0 ? -1 : 0;
+    }
     for (int i = iWidth - 1; i >= 0; i--) {
         pDst[i] = static_cast<Ch>(Ch('0') + lValue % 10);
         lValue /= 10;
@@ -80,21 +105,77 @@ int32_t DigitsToValue(const Ch* pSrc, int16_t n, int16_t sWidth, int64_t* plValu
     return 0;
 }
 
+// The permutation of 1..n (1 to 16) the seed picks, into pOut[0..n-1].
+constexpr void PermutationInto(int32_t iSeed, int16_t n, int16_t* pOut) {
+    int16_t pool[kMaxPermutation] = {};
+    for (int16_t i = 0; i < n; i++) pool[i] = static_cast<int16_t>(i + 1);
+    // The same seed picks at every step: k = seed mod (values left).
+    for (int16_t i = 0; i < n - 1; i++) {
+        const int32_t iLeft = n - i;
+        int32_t k = iSeed % iLeft;
+        if (k < 0) k += iLeft;  // a negative seed stays inside the pool
+        pOut[i] = pool[k];
+        for (int32_t j = k; j < iLeft - 1; j++) pool[j] = pool[j + 1];
+    }
+    pOut[n - 1] = pool[0];
+}
+
+// The same for any n (more than 16 is cut to 16, none is nothing) and output.
+void PermutationByRule(int32_t iSeed, int16_t n, int16_t* pOut) {
+    if (n > kMaxPermutation) n = kMaxPermutation;
+    if (n > 0 && pOut != nullptr) PermutationInto(iSeed, n, pOut);
+}
+
+// A seed enters only as its remainders by 2..n, so for a small n the
+// permutation repeats with the least common multiple of 2..n, and the table
+// of one cycle (made by the rule itself) gives every seed's.
+constexpr int16_t kMaxTabledPermutation = 8;
+
+constexpr int32_t PermutationCycle(int16_t n) {
+    int32_t iCycle = 1;
+    for (int32_t i = 2; i <= n; ++i) {
+        int32_t a = iCycle, b = i;
+        while (b != 0) {
+            const int32_t t = a % b;
+            a = b;
+            b = t;
+        }
+        iCycle = iCycle / a * i;
+    }
+    return iCycle;
+}
+
+template <int16_t N>
+struct PermutationTable {
+    static constexpr int32_t kCycle = PermutationCycle(N);
+    int16_t rows[kCycle][N] = {};
+    constexpr PermutationTable() {
+        for (int32_t iSeed = 0; iSeed < kCycle; ++iSeed) PermutationInto(iSeed, N, rows[iSeed]);
+    }
+};
+
+template <int16_t N>
+constexpr PermutationTable<N> kPermutations{};
+
+template <int16_t N>
+void CopyTabled(int32_t iSeed, int16_t* pOut) {
+    constexpr int32_t kCycle = PermutationTable<N>::kCycle;
+    int32_t iRow = iSeed % kCycle;
+    if (iRow < 0) iRow += kCycle;  // a negative seed's remainders are taken the same way
+    std::memcpy(pOut, kPermutations<N>.rows[iRow], sizeof(int16_t) * N);
+}
+
 // PXGetPermutation's work: a permutation of 1..n (at most 16) picked by the seed.
 void Permutation(int32_t iSeed, int16_t n, int16_t* pOut) {
-    if (n > kMaxPermutation) n = kMaxPermutation;
-    if (n > 0 && pOut != nullptr) {
-        int16_t pool[kMaxPermutation];
-        for (int16_t i = 0; i < n; i++) pool[i] = static_cast<int16_t>(i + 1);
-        // The same seed picks at every step: k = seed mod (values left).
-        for (int16_t i = 0; i < n - 1; i++) {
-            const int32_t iLeft = n - i;
-            int32_t k = iSeed % iLeft;
-            if (k < 0) k += iLeft;  // a negative seed stays inside the pool
-            pOut[i] = pool[k];
-            for (int32_t j = k; j < iLeft - 1; j++) pool[j] = pool[j + 1];
-        }
-        pOut[n - 1] = pool[0];
+    if (pOut == nullptr || n < 2 || n > kMaxTabledPermutation) return PermutationByRule(iSeed, n, pOut);
+    switch (n) {
+        case 2: return CopyTabled<2>(iSeed, pOut);
+        case 3: return CopyTabled<3>(iSeed, pOut);
+        case 4: return CopyTabled<4>(iSeed, pOut);
+        case 5: return CopyTabled<5>(iSeed, pOut);
+        case 6: return CopyTabled<6>(iSeed, pOut);
+        case 7: return CopyTabled<7>(iSeed, pOut);
+        default: return CopyTabled<8>(iSeed, pOut);
     }
 }
 

@@ -8,7 +8,8 @@
 // reader meets its block ends wherever the input puts them.
 //
 // Checked: the same records (bytes, field spans, values, line numbers,
-// error) come out whatever the pieces; a file read to its end is exactly its
+// error) come out whatever the pieces, and whether records without quotes
+// are split by the reader itself or all go through the parser; a file read to its end is exactly its
 // byte-order mark, if any, and the concatenation of its records' bytes
 // (blank lines go with a record, so nothing is lost but a file of blank
 // lines only); every field's bytes are
@@ -42,7 +43,7 @@ struct Reading {
 constexpr size_t kMaxPieces = 64;
 
 // Reads `text` through a socket, as standard input, in pieces of the given sizes (cycled).
-Reading ReadCsv(const std::string& text, const std::vector<size_t>& pieces, bool bHeader) {
+Reading ReadCsv(const std::string& text, const std::vector<size_t>& pieces, bool bHeader, bool bPlainSplitting = true) {
     Reading reading;
     int fds[2];
     FUZZ_CHECK(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, fds) == 0, "socketpair");
@@ -65,6 +66,7 @@ Reading ReadCsv(const std::string& text, const std::vector<size_t>& pieces, bool
         std::string error;
         FUZZ_CHECK(input.Open("-", &error), "%s", error.c_str());
         nidmask::CsvReader reader(input, bHeader);
+        reader.SetPlainSplitting(bPlainSplitting);
         nidmask::CsvRecord record;
         while (reader.Next(&record, &reading.error)) reading.records.push_back(record);
         reading.bByteOrderMark = input.HadByteOrderMark();
@@ -129,6 +131,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t iSize) {
     const Reading pieced = ReadCsv(text, pieces, bHeader);
     FUZZ_CHECK(SameRecords(whole, pieced), "reading in pieces gives other records (%zu and %zu, errors \"%s\" and \"%s\")",
                whole.records.size(), pieced.records.size(), whole.error.c_str(), pieced.error.c_str());
+    const Reading parsed = ReadCsv(text, {}, bHeader, false);
+    FUZZ_CHECK(SameRecords(whole, parsed), "the parser alone gives other records (%zu and %zu, errors \"%s\" and \"%s\")",
+               whole.records.size(), parsed.records.size(), whole.error.c_str(), parsed.error.c_str());
 
     uint64_t iLine = 0;
     std::string all;

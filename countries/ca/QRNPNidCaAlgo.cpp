@@ -9,6 +9,8 @@
 
 #include "countries/ca/QRNPNidCaAlgo.h"
 
+#include <array>
+
 #include <cstdlib>
 #include <ctime>
 
@@ -63,8 +65,9 @@ bool bSeedPending = true;
 
 inline int32_t Digit(wchar_t c) { return static_cast<int32_t>(c - L'0'); }
 
+// d less 10 until it is at most 9 (a value at most 9 is kept as it is).
 inline wchar_t ReducedDigit(int32_t d) {
-    while (d > 9) d -= 10;
+    if (d > 9) d = (d - 10) % 10;
     return static_cast<wchar_t>(L'0' + d);
 }
 
@@ -156,6 +159,21 @@ void maskLuhn(const wchar_t* head, const wchar_t* body, wchar_t* out) {
     TRC_EXIT(kComp, "maskLuhn", 0);
 }
 
+// What transposeNum adds to the digit at each place besides the key: 1, then
+// 2 more each place, 1 more after a multiple of 5, and 2 more again past a
+// multiple of 10.
+constexpr std::array<int32_t, kMaxTransposeLen> TransposeIncrements() {
+    std::array<int32_t, kMaxTransposeLen> increments{};
+    int32_t inc = 1;
+    for (int32_t i = 0; i < kMaxTransposeLen; ++i) {
+        increments[static_cast<size_t>(i)] = inc;
+        inc += (inc % 5 == 0) ? 1 : 2;
+        if (inc % 10 == 0) inc += 2;
+    }
+    return increments;
+}
+constexpr std::array<int32_t, kMaxTransposeLen> kTransposeIncrements = TransposeIncrements();
+
 void transposeNum(wchar_t* str, int32_t key, int32_t k) {
     TRC_ENTRY(kComp, "transposeNum");
     TRC_VAR(kComp, "str", KNL_TRC_WSTR, str);
@@ -166,11 +184,8 @@ void transposeNum(wchar_t* str, int32_t key, int32_t k) {
         PXGetPermutation(key, static_cast<int16_t>(n - 1), perm);
 
         wchar_t tmp[kMaxTransposeLen] = {};
-        int32_t inc = 1;
         for (int32_t i = 0; i < n; ++i) {
-            const int32_t d = Digit(str[i]) + inc + ((i % 2 == 0) ? k : 2 * k);
-            inc += (inc % 5 == 0) ? 1 : 2;
-            if (inc % 10 == 0) inc += 2;
+            const int32_t d = Digit(str[i]) + kTransposeIncrements[i] + ((i % 2 == 0) ? k : 2 * k);
             tmp[i] = ReducedDigit(d);
         }
         // The first digit stays in place, the next n - 1 are reordered, the last becomes '0'.

@@ -72,6 +72,17 @@ inline wchar_t* FormatDecimal(uint64_t v, wchar_t* pEnd) {
 inline bool ParseDecimal(const wchar_t* pIn, int32_t iLen, uint64_t iMax, uint64_t* pValue) {
     if (pIn == nullptr || iLen <= 0) return false;
     uint64_t v = 0;
+    // Up to 19 digits cannot pass 2^64: the limit is then checked once, at the end.
+    if (iLen <= 19) {
+        for (int32_t i = 0; i < iLen; ++i) {
+            const uint64_t d = static_cast<uint64_t>(static_cast<uint32_t>(pIn[i]) - static_cast<uint32_t>(L'0'));
+            if (d > 9) return false;
+            v = v * 10 + d;
+        }
+        if (v > iMax) return false;
+        *pValue = v;
+        return true;
+    }
     for (int32_t i = 0; i < iLen; ++i) {
         const wchar_t c = pIn[i];
         if (c < L'0' || c > L'9') return false;

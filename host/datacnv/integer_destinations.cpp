@@ -35,15 +35,23 @@ uint32_t QRNPCnvWVarcharSzToInt(const wchar_t* pStr, int32_t* piValue, int32_t i
     if (pStr == nullptr || piValue == nullptr || iStart < 0 || iDigits < 1 || iDigits > 9) {
         return QRNP_CNV_NOT_A_NUMBER;
     }
-    // A start past the terminator is refused without reading beyond it.
-    for (int32_t i = 0; i < iStart; ++i) {
+    // A start past the terminator is refused without reading beyond it: the
+    // characters before the start are read in order (four to a step, each
+    // only once the one before it is known not to end the string).
+    int32_t i = 0;
+    for (; i + 4 <= iStart; i += 4) {
+        if (pStr[i] == 0 || pStr[i + 1] == 0 || pStr[i + 2] == 0 || pStr[i + 3] == 0) return QRNP_CNV_NOT_A_NUMBER;
+    }
+    for (; i < iStart; ++i) {
         if (pStr[i] == 0) return QRNP_CNV_NOT_A_NUMBER;
     }
     int32_t v = 0;
     // Character by character, so that a terminator before the end stops the read.
-    for (const wchar_t* p = pStr + iStart; p < pStr + iStart + iDigits; ++p) {
-        if (*p < L'0' || *p > L'9') return QRNP_CNV_NOT_A_NUMBER;
-        v = v * 10 + static_cast<int32_t>(*p - L'0');
+    const wchar_t* p = pStr + iStart;
+    for (int32_t k = 0; k < iDigits; ++k) {
+        const uint32_t d = static_cast<uint32_t>(p[k]) - static_cast<uint32_t>(L'0');
+        if (d > 9) return QRNP_CNV_NOT_A_NUMBER;
+        v = v * 10 + static_cast<int32_t>(d);
     }
     *piValue = v;
     return QRNP_CNV_OK;

@@ -32,16 +32,18 @@ uint32_t EncodeFailure(const InstanceOptions& instance, const std::wstring& text
 Message HostMessage(uint32_t iMessage, const CellValue& value, const InstanceOptions& instance, uint32_t iDetail) {
     Message message;
     message.iMessage = iMessage;
+    std::wstring scratch;
+    const std::wstring& text = CellText(value, &scratch);  // single-byte values travel as bytes
     const auto add = [&](int32_t iTokenId, std::wstring text) { message.tokens.emplace_back(iTokenId, std::move(text)); };
     switch (iMessage) {
         case kHostMsgTooLong:
-            add(QRNP_TOKID_SRCLEN, std::to_wstring(value.text.size()));
+            add(QRNP_TOKID_SRCLEN, std::to_wstring(text.size()));
             add(QRNP_TOKID_COLLEN, std::to_wstring(instance.iLength));
             break;
         case kHostMsgNotANumber:
         case kHostMsgNotSingleByte:
         case kHostMsgCannotEncode:
-            add(QRNP_TOKID_SRCDATA, value.text);
+            add(QRNP_TOKID_SRCDATA, text);
             add(QRNP_TOKID_SRC_DATATYPE, std::to_wstring(instance.sDataType));
             break;
         case kHostMsgMissingField: add(QRNP_TOKID_COL_COUNT, std::to_wstring(iDetail)); break;

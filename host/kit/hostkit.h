@@ -12,6 +12,7 @@
 #define QRNP_HOSTKIT_H
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -102,12 +103,22 @@ void ResetErrors(Instance& instance);
 
 // A cell value: NULL, a wide string encoded in the column's type, or (bRaw)
 // the cell's bytes exactly as given, for hosts that hand over malformed data.
+// A host that reads single-byte text may give it as it read it (bLatin1): its
+// ISO-8859-1 bytes, one byte a character, stand for `text`, which stays
+// empty; the cell is encoded exactly as the widened text would be.
 struct CellValue {
     bool bNull = false;
     std::wstring text;
     bool bRaw = false;
     std::vector<unsigned char> raw{};   // with bRaw: the source bytes; iSrcLen is their count
+    bool bLatin1 = false;
+    std::string latin1{};               // with bLatin1: the value's characters, one byte each
 };
+
+// The value's characters: `text`, or its ISO-8859-1 bytes widened into *pScratch.
+const std::wstring& CellText(const CellValue& value, std::wstring* pScratch);
+// Its length in characters, and whether it has none.
+inline size_t CellLength(const CellValue& value) { return value.bLatin1 ? value.latin1.size() : value.text.size(); }
 
 // How a rowset is shaped.
 struct BatchOptions {
@@ -131,7 +142,6 @@ struct Batch {
     int sourceCell = 0;
     std::vector<uint8_t> encodeFailed;  // per row: the value could not be encoded (too long, not a number)
     std::vector<size_t> srcGuard, dstGuard;  // arena offsets of each row's guard bytes
-    std::vector<size_t> srcOffset, dstOffset;  // arena offsets of each row's buffers
 
     Batch() = default;
     Batch(const Batch&) = delete;
@@ -161,11 +171,61 @@ struct RowResult {
 };
 RowResult ReadRow(const Instance& instance, const Batch& batch, int iRow);
 
+// The row's source cell.
+inline const FieldDef& RowSourceCell(const Batch& batch, int iRow) {
+    return batch.fields[static_cast<size_t>(iRow) * static_cast<size_t>(batch.cellsPerRow) +
+                        static_cast<size_t>(batch.sourceCell)];
+}
+
 // The same in two steps, for hosts that read many rows: the flags and status
 // alone (output left empty), and the output decoded into *pText, reusing its
 // memory (false when the destination cannot be read).
-RowResult ReadRowStatus(const Instance& instance, const Batch& batch, int iRow);
+inline RowResult ReadRowStatus(const Instance&, const Batch& batch, int iRow) {
+    RowResult result;
+    const Row& row = batch.rows[static_cast<size_t>(iRow)];
+    const FieldDef& cell = RowSourceCell(batch, iRow);
+    result.iStatus = cell.iStatus;
+    result.bRejected = row.bError != 0;
+    result.bTaken = row.bTaken != 0;
+    result.bDstNull = cell.bDstNull != 0;
+    return result;
+}
 bool ReadRowOutput(const Instance& instance, const Batch& batch, int iRow, std::wstring* pText);
+
+// For single-byte column types: the output as its bytes in the batch (one
+// byte a character, ISO-8859-1), valid until the batch is filled again: what
+// ReadRowOutput would decode, without widening it. False when the column is
+// not single-byte or the cell is not laid out the common way: ReadRowOutput
+// then decides.
+inline bool ReadRowBytes(const Instance& instance, const Batch& batch, int iRow, std::string_view* pBytes) {
+    const FieldDef& cell = RowSourceCell(batch, iRow);
+    const bool bSeparate = instance.ctrl.bDestFlag != 0;
+    const auto* p = static_cast<const char*>(bSeparate ? cell.pDst : cell.pSrc);
+    const int32_t iLen = bSeparate ? cell.iDstLen : (cell.iDstLen > 0 ? cell.iDstLen : cell.iSrcLen);
+    if (p == nullptr || iLen <= 0) return false;
+    switch (instance.column.sDataType) {
+        case CHAR:
+            *pBytes = std::string_view(p, static_cast<size_t>(iLen));
+            return true;
+        case VARCHAR: {
+            int16_t sPrefix = 0;
+            if (iLen < 2) return false;
+            std::memcpy(&sPrefix, p, sizeof sPrefix);
+            if (sPrefix <= 0 || sPrefix + 2 > iLen) return false;
+            *pBytes = std::string_view(p + 2, static_cast<size_t>(sPrefix));
+            return true;
+        }
+        case VARCHAR_SZ: {
+            const void* pEnd = std::memchr(p, 0, static_cast<size_t>(iLen));
+            const size_t n = pEnd != nullptr ? static_cast<size_t>(static_cast<const char*>(pEnd) - p)
+                                             : static_cast<size_t>(iLen);
+            if (n == 0) return false;
+            *pBytes = std::string_view(p, n);
+            return true;
+        }
+        default: return false;
+    }
+}
 
 // True when no guard byte of the batch was overwritten (unprotects them first).
 bool GuardsIntact(const Batch& batch);

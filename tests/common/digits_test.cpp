@@ -1,5 +1,6 @@
 // Permutation, keyed transposition and fixed-width number text.
 #include <algorithm>
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,32 @@ TEST(Permutation, SeedsGiveEachValueOnce) {
     std::sort(out.begin(), out.begin() + 16);
     EXPECT_EQ(out[0], 1);
     EXPECT_EQ(out[15], 16);
+}
+
+// Small permutations come from a table of one cycle of seeds: every seed,
+// negative and extreme ones too, must still get what the rule gives (at each
+// step the value at place seed mod (values left) of those left, in order).
+TEST(Permutation, TabledSeedsFollowTheRule) {
+    const auto byRule = [](int32_t iSeed, int16_t n) {
+        std::vector<int16_t> pool, out;
+        for (int16_t i = 1; i <= n; i++) pool.push_back(i);
+        while (!pool.empty()) {
+            const int32_t iLeft = static_cast<int32_t>(pool.size());
+            const int32_t k = ((iSeed % iLeft) + iLeft) % iLeft;
+            out.push_back(pool[static_cast<size_t>(k)]);
+            pool.erase(pool.begin() + k);
+        }
+        return out;
+    };
+    std::vector<int32_t> seeds = {INT32_MIN, INT32_MIN + 1, INT32_MAX, INT32_MAX - 1, 720720, -720720, 840, -841};
+    for (int32_t iSeed = -2000; iSeed <= 2000; ++iSeed) seeds.push_back(iSeed);
+    for (int16_t n = 1; n <= 10; n++) {
+        for (const int32_t iSeed : seeds) {
+            std::vector<int16_t> out(static_cast<size_t>(n));
+            PXGetPermutation(iSeed, n, out.data());
+            ASSERT_EQ(out, byRule(iSeed, n)) << "seed " << iSeed << " n " << n;
+        }
+    }
 }
 
 TEST(Transpose, KeyPicksTheRowAndOffsetShiftsDigits) {

@@ -2,6 +2,9 @@
 // and every other column come out byte for byte.
 #include "nidmask_run.h"
 
+#include "csv_reader.h"
+#include "input_file.h"
+
 namespace nidmask_test {
 namespace {
 
@@ -95,6 +98,47 @@ TEST_F(CsvTest, MalformedInputNamesTheRecord) {
     // A header alone, or nothing at all, is a valid empty table.
     EXPECT_EQ(Run("--country FR --format csv --quiet", "a,nir\r\n").out, "a,nir\r\n");
     EXPECT_EQ(Run("--country FR --format csv --quiet", "").out, "");
+}
+
+// Records without quotes are split without the parser: every record, its
+// raw bytes, field spans, values and line comes out as the parser gives it,
+// whatever the line ends, blank lines, delimiters and quoted neighbours.
+TEST_F(CsvTest, PlainRecordsSplitAsTheParserSplitsThem) {
+    const std::string inputs[] = {
+        "n,nid\n1,185057800608491\n2,\n,3\n,\n",
+        "\r\n\nn,nid\r\n1,a b \r\n\r\n2, c\r\r\n3,d",
+        "a;b;c\n1;\"x;y\";2\n3;4;5\n\"q\"\"\";6;7\n8;9;10",
+        "x\ty\n1\t2\r3\t4\n5\t\n\t\t\n",
+        "1,caf\xE9,\\N\n2,\"\\N\",\x01\n" + std::string("3,a\0b,c\n", 9) + std::string(3000, 'z') + ",w\n",
+        "single\n\nline\n",
+    };
+    for (const std::string& input : inputs) {
+        const char cDelimiter = input.find(';') != std::string::npos ? ';'
+                                : input.find('\t') != std::string::npos ? '\t'
+                                                                        : ',';
+        WriteFile(Path("in.csv"), input);
+        std::vector<nidmask::CsvRecord> records[2];
+        std::string errors[2];
+        for (int bPlain = 0; bPlain < 2; ++bPlain) {
+            nidmask::InputFile file;
+            ASSERT_TRUE(file.Open(Path("in.csv").string(), &errors[bPlain]));
+            nidmask::CsvReader reader(file, true, cDelimiter);
+            reader.SetPlainSplitting(bPlain == 1);
+            nidmask::CsvRecord record;
+            while (reader.Next(&record, &errors[bPlain])) records[bPlain].push_back(record);
+        }
+        EXPECT_EQ(errors[0], errors[1]);
+        ASSERT_EQ(records[0].size(), records[1].size()) << input;
+        for (size_t i = 0; i < records[0].size(); ++i) {
+            const nidmask::CsvRecord& a = records[0][i];
+            const nidmask::CsvRecord& b = records[1][i];
+            EXPECT_EQ(a.raw, b.raw) << input << ", record " << i;
+            EXPECT_EQ(a.spans, b.spans) << input << ", record " << i;
+            EXPECT_EQ(a.values, b.values) << input << ", record " << i;
+            EXPECT_EQ(a.valueEnds, b.valueEnds) << input << ", record " << i;
+            EXPECT_EQ(a.iLine, b.iLine) << input << ", record " << i;
+        }
+    }
 }
 
 }  // namespace

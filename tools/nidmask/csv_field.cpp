@@ -4,8 +4,14 @@
 namespace nidmask {
 
 void AppendCsvField(std::string_view value, bool bQuote, std::string* pOut, char cDelimiter) {
-    const char special[] = {cDelimiter, '"', '\r', '\n', '\0'};
-    if (!bQuote && value.find_first_of(special) == std::string_view::npos) {
+    // Every byte that needs quoting is '"' or below, or the delimiter: one
+    // test a byte for the rest.
+    for (size_t i = 0; !bQuote && i < value.size(); ++i) {
+        const char c = value[i];
+        if (static_cast<unsigned char>(c) <= '"' || c == cDelimiter)
+            bQuote = c == cDelimiter || c == '"' || c == '\r' || c == '\n';
+    }
+    if (!bQuote) {
         pOut->append(value);
         return;
     }

@@ -104,6 +104,9 @@ void CsvSource::SetColumns(std::vector<size_t> columns, std::vector<Encoding> en
     columns_ = std::move(columns);
     encodings_ = std::move(encodings);
     bytes_.fields.assign(columns_.size(), {});
+    bytes_.order.resize(columns_.size());
+    for (size_t c = 0; c < columns_.size(); ++c) bytes_.order[c] = c;
+    std::sort(bytes_.order.begin(), bytes_.order.end(), [&](size_t a, size_t b) { return columns_[a] < columns_[b]; });
     reader_.SetHeader(bHeader_);
 }
 
@@ -133,6 +136,7 @@ bool CsvSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
             const size_t column = columns_[c];
             hostkit::CellValue& value = pBatch->cells[c][n];
             value.bNull = false;
+            value.bLatin1 = false;
             value.text.clear();
             CsvBatchBytes::Field field;
             if (column >= record_.FieldCount()) {
@@ -142,10 +146,8 @@ bool CsvSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
                          record_.Quoted(column), true};
                 const std::string_view text = record_.Value(column);
                 value.bNull = !field.bQuoted && text == nullText_;
-                if (!value.bNull && !DecodeText(text, encodings_[c], &value.text)) {
-                    value.text.clear();
+                if (!value.bNull && !SetValueText(text, encodings_[c], &value))
                     pBatch->refused[c][n] = hostkit::RefusedValue(hostkit::kHostMsgInvalidUtf8);
-                }
             }
             bytes_.fields[c].push_back(field);
         }
@@ -176,9 +178,6 @@ bool CsvSink::Write(const RecordBatch& batch, const std::vector<ServedColumn>& c
     const CsvBatchBytes& bytes = source_.Bytes();
     const std::string_view raw(bytes.raw);
     std::string& out = output_.Buffer();
-    // The columns in the order their fields come in a record.
-    std::vector<size_t> order(columns.size());
-    for (size_t c = 0; c < order.size(); ++c) order[c] = c;
     for (size_t i = 0; i < batch.n; ++i) {
         bool bStop = false, bDrop = false;
         for (const ServedColumn& column : columns) {
@@ -188,10 +187,8 @@ bool CsvSink::Write(const RecordBatch& batch, const std::vector<ServedColumn>& c
         }
         if (bStop) break;
         if (bDrop) continue;
-        std::sort(order.begin(), order.end(),
-                  [&](size_t a, size_t b) { return bytes.fields[a][i].iBegin < bytes.fields[b][i].iBegin; });
         size_t at = bytes.records[i].first;
-        for (const size_t c : order) {
+        for (const size_t c : bytes.order) {
             const CsvBatchBytes::Field& field = bytes.fields[c][i];
             if (!field.bPresent) continue;
             out.append(raw.substr(at, field.iBegin - at));
@@ -202,10 +199,15 @@ bool CsvSink::Write(const RecordBatch& batch, const std::vector<ServedColumn>& c
             } else if (action == CellAction::WriteNull) {
                 out += nullText_;
             } else {
-                value_.clear();
-                if (action == CellAction::WriteResult) AppendText(columns[c].Output(i), encodings_[c], &value_);
+                std::string_view value;
+                if (action == CellAction::WriteResult &&
+                    !(encodings_[c] == Encoding::Latin1 && columns[c].OutputBytes(i, &value))) {
+                    value_.clear();
+                    AppendText(columns[c].Output(i), encodings_[c], &value_);
+                    value = value_;
+                }
                 // A value that reads like the NULL text is quoted, so that it reads back as a value.
-                AppendCsvField(value_, field.bQuoted || value_ == nullText_, &out, cDelimiter_);
+                AppendCsvField(value, field.bQuoted || value == nullText_, &out, cDelimiter_);
             }
         }
         out.append(raw.substr(at, bytes.records[i].second - at));

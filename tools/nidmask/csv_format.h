@@ -28,6 +28,7 @@ struct CsvBatchBytes {
     std::string raw;
     std::vector<std::pair<size_t, size_t>> records;  // [begin, end) of each record in `raw`
     std::vector<std::vector<Field>> fields;          // [column][record]
+    std::vector<size_t> order;                       // the columns in the order their fields come in a record
 };
 
 class CsvSource : public RecordSource {

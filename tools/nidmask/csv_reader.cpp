@@ -31,6 +31,9 @@ void CsvRecord::Clear() {
 
 CsvReader::CsvReader(InputFile& input, bool bHeader, char cDelimiter)
     : input_(input), pParser_(new csv_parser), buffer_(kBlock), bHeader_(bHeader), cDelimiter_(cDelimiter) {
+    byteKinds_.fill(ByteKind::Plain);
+    byteKinds_['\n'] = byteKinds_['\r'] = byteKinds_['"'] = ByteKind::Stop;
+    byteKinds_[static_cast<unsigned char>(cDelimiter)] = ByteKind::Delimiter;
     csv_init(pParser_, CSV_STRICT | CSV_STRICT_FINI);
     csv_set_space_func(pParser_, NoSpace);
     csv_set_delim(pParser_, static_cast<unsigned char>(cDelimiter));
@@ -85,10 +88,50 @@ bool CsvReader::AbsorbLineEnds(std::string* pError) {
     }
 }
 
+// A record that starts at iBegin_ on a field, has no quote and ends with a
+// line end already in the buffer is split here, as the parser would split
+// it: its fields are its bytes between delimiters (nothing unquoted is
+// trimmed), it ends at the first CR or LF, and the parser, which stands
+// between records, is left as it is. Anything else goes to the parser.
+bool CsvReader::SplitPlainRecord(CsvRecord* pRecord) {
+    const char* pBegin = buffer_.data() + iBegin_;
+    const char* pEnd = buffer_.data() + iEnd_;
+    const char* pField = pBegin;
+    const char* p = pBegin;
+    for (; p < pEnd; ++p) {
+        const ByteKind kind = byteKinds_[static_cast<unsigned char>(*p)];
+        if (kind == ByteKind::Plain) continue;
+        if (kind != ByteKind::Delimiter) break;
+        pRecord->spans.emplace_back(pField - pBegin, p - pBegin);
+        pRecord->values.append(pField, static_cast<size_t>(p - pField));
+        pRecord->valueEnds.push_back(pRecord->values.size());
+        pField = p + 1;
+    }
+    if (p == pEnd || *p == '"' || p == pBegin) {
+        pRecord->spans.clear();  // the parser reads it
+        pRecord->values.clear();
+        pRecord->valueEnds.clear();
+        return false;
+    }
+    pRecord->spans.emplace_back(pField - pBegin, p - pBegin);
+    pRecord->values.append(pField, static_cast<size_t>(p - pField));
+    pRecord->valueEnds.push_back(pRecord->values.size());
+    const size_t iLen = static_cast<size_t>(p - pBegin) + 1;  // the line end too
+    pRecord->raw.assign(pBegin, iLen);
+    iBegin_ += iLen;
+    if (*p == '\n') ++iLines_;
+    return true;
+}
+
 bool CsvReader::Next(CsvRecord* pRecord, std::string* pError) {
     pRecord->Clear();
     pRecord->iLine = iLines_ + 1;
     pRecord_ = pRecord;
+    if (bPlainSplitting_ && SplitPlainRecord(pRecord)) {
+        if (!AbsorbLineEnds(pError)) return false;
+        ++iRecords_;
+        return true;
+    }
     bRecordDone_ = false;
     bFinishing_ = false;
     const auto syntaxError = [&](const char* pWhat) {

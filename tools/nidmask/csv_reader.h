@@ -5,6 +5,7 @@
 #ifndef NIDMASK_CSV_READER_H
 #define NIDMASK_CSV_READER_H
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -45,6 +46,9 @@ public:
 
     // Whether messages call the first record the header (decided after reading it).
     void SetHeader(bool bHeader) { bHeader_ = bHeader; }
+    // Whether records without quotes are split without the parser (the
+    // default: the same records, faster); off, the parser reads them all.
+    void SetPlainSplitting(bool bOn) { bPlainSplitting_ = bOn; }
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
     ~CsvReader();
@@ -59,6 +63,7 @@ public:
 private:
     static void OnField(void* pData, size_t iLen, void* pSelf);
     static void OnRecordEnd(int c, void* pSelf);
+    bool SplitPlainRecord(CsvRecord* pRecord);
     bool Fill(std::string* pError);
     bool AbsorbLineEnds(std::string* pError);
 
@@ -72,6 +77,11 @@ private:
     uint64_t iRecords_ = 0;
     bool bHeader_;
     char cDelimiter_;
+    // What each byte is to a record without quotes: part of a field, the
+    // delimiter, or a line end or quote (where SplitPlainRecord stops).
+    enum class ByteKind : uint8_t { Plain, Delimiter, Stop };
+    std::array<ByteKind, 256> byteKinds_{};
+    bool bPlainSplitting_ = true;
     // While a record is being read:
     CsvRecord* pRecord_ = nullptr;
     bool bFinishing_ = false;  // in csv_fini: the last field ends at the end of the raw bytes

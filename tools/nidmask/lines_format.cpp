@@ -26,6 +26,7 @@ bool LineSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
         if (count_) {
             if (iMade_ >= *count_) break;
             value.bNull = true;
+            value.bLatin1 = false;
             value.text.clear();
         } else {
             if (bPending_) {
@@ -36,9 +37,10 @@ bool LineSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
                 break;
             }
             value.bNull = line == nullText_;
-            value.text.clear();
-            if (!value.bNull && !DecodeText(line, encoding_, &value.text)) {
+            if (value.bNull) {
+                value.bLatin1 = false;
                 value.text.clear();
+            } else if (!SetValueText(line, encoding_, &value)) {
                 refused[n] = hostkit::RefusedValue(hostkit::kHostMsgInvalidUtf8);
             }
         }
@@ -62,9 +64,15 @@ bool LineSink::Write(const RecordBatch& batch, const std::vector<ServedColumn>& 
     for (size_t i = 0; i < batch.n; ++i) {
         const CellAction action = column.Action(i);
         if (action == CellAction::StopUnserved) break;
+        std::string_view bytes;
         switch (action) {
-            case CellAction::WriteResult: AppendText(column.Output(i), encoding_, &out); break;
-            case CellAction::WriteSource: AppendText(batch.cells[0][i].text, encoding_, &out); break;
+            case CellAction::WriteResult:
+                if (encoding_ == Encoding::Latin1 && column.OutputBytes(i, &bytes))
+                    out.append(bytes);
+                else
+                    AppendText(column.Output(i), encoding_, &out);
+                break;
+            case CellAction::WriteSource: AppendValueText(batch.cells[0][i], encoding_, &out); break;
             case CellAction::WriteNull: out += nullText_; break;
             case CellAction::Drop: continue;
             default: break;

@@ -64,7 +64,7 @@ void MaskingSession::DecideRows(const std::vector<hostkit::CellValue>& values, c
     };
     for (size_t i = 0; i < nRows; ++i) {
         const hostkit::CellValue& value = values[i];
-        const bool bEmpty = !value.bNull && value.text.empty();
+        const bool bEmpty = !value.bNull && hostkit::CellLength(value) == 0;
         if (i < refused.size() && refused[i] != 0) {
             decide(i, RowKind::Rejected, refused[i] & 0xFFFF);
         } else if (bKeepEmpty && value.bNull) {
@@ -72,7 +72,8 @@ void MaskingSession::DecideRows(const std::vector<hostkit::CellValue>& values, c
         } else if (bEmpty && (bKeepEmpty || hostkit::IsNumericType(sType))) {
             decide(i, RowKind::Empty, hostkit::IsNumericType(sType) ? QRNP_MSG_EMPTY_NUMERIC_VALUE : QRNP_MSG_EMPTY_CHARACTER_VALUE);
         } else if (batch_.encodeFailed[i] != 0) {
-            decide(i, RowKind::Rejected, hostkit::EncodeFailure(settings_.instance, value.text));
+            std::wstring scratch;
+            decide(i, RowKind::Rejected, hostkit::EncodeFailure(settings_.instance, hostkit::CellText(value, &scratch)));
         }
     }
 }
@@ -96,20 +97,15 @@ ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values,
 
     kinds_.resize(nRows);
     if (outputs_.size() < nRows) outputs_.resize(nRows);
+    outputBytes_.resize(nRows);
+    outputIsBytes_.assign(nRows, 0);
     const bool bFixedWidth = hostkit::IsFixedWidthType(settings_.instance.sDataType);
     counts_.iRead += nRows;
     for (size_t i = 0; i < nRows; ++i) {
         RowKind kind = hostKinds_[i];
         if (kind == RowKind::Unserved) {
             kind = Classify(hostkit::ReadRowStatus(*instance_, batch_, static_cast<int>(i)));
-            if (kind == RowKind::Masked) {
-                std::wstring& text = outputs_[i];
-                if (!hostkit::ReadRowOutput(*instance_, batch_, static_cast<int>(i), &text)) {
-                    kind = RowKind::Rejected;  // nothing readable was written
-                } else if (bFixedWidth) {
-                    while (!text.empty() && text.back() == L' ') text.pop_back();
-                }
-            }
+            if (kind == RowKind::Masked && !ReadOutput(i, bFixedWidth)) kind = RowKind::Rejected;
         }
         kinds_[i] = kind;
         switch (kind) {
@@ -127,6 +123,37 @@ ServeResult MaskingSession::Serve(const std::vector<hostkit::CellValue>& values,
     }
     CollectMessages(iFirstRecord, nRows);
     return ServeResult::Served;
+}
+
+// The result of a masked row: its bytes where the column is single-byte,
+// else decoded. False when nothing readable was written.
+bool MaskingSession::ReadOutput(size_t iRow, bool bFixedWidth) {
+    const int iCell = static_cast<int>(iRow);
+    std::string_view bytes;
+    if (hostkit::ReadRowBytes(*instance_, batch_, iCell, &bytes)) {
+        if (bFixedWidth) {
+            while (!bytes.empty() && bytes.back() == ' ') bytes.remove_suffix(1);
+        }
+        outputBytes_[iRow] = bytes;
+        outputIsBytes_[iRow] = 1;
+        return true;
+    }
+    std::wstring& text = outputs_[iRow];
+    if (!hostkit::ReadRowOutput(*instance_, batch_, iCell, &text)) return false;
+    if (bFixedWidth) {
+        while (!text.empty() && text.back() == L' ') text.pop_back();
+    }
+    return true;
+}
+
+const std::wstring& MaskingSession::Output(size_t iRow) const {
+    std::wstring& text = outputs_[iRow];
+    if (outputIsBytes_[iRow] != 0) {
+        const std::string_view bytes = outputBytes_[iRow];
+        text.resize(bytes.size());
+        for (size_t k = 0; k < bytes.size(); ++k) text[k] = static_cast<wchar_t>(static_cast<unsigned char>(bytes[k]));
+    }
+    return text;
 }
 
 // Reads and clears the error list; writes the report lines of the rows

@@ -26,6 +26,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hostkit.h"
@@ -86,7 +87,15 @@ public:
 
     RowKind Kind(size_t iRow) const { return kinds_[iRow]; }
     // The result of a Masked row, its column padding removed.
-    const std::wstring& Output(size_t iRow) const { return outputs_[iRow]; }
+    const std::wstring& Output(size_t iRow) const;
+    // The same result as ISO-8859-1 bytes, one a character, when the session
+    // holds it so (single-byte column types): true and *pBytes, valid until
+    // the next Serve. False: take Output().
+    bool OutputBytes(size_t iRow, std::string_view* pBytes) const {
+        if (outputIsBytes_[iRow] == 0) return false;
+        *pBytes = outputBytes_[iRow];
+        return true;
+    }
 
     // True once the error limit is reached: serve no more rows. Call
     // NoteStopped() when input is left.
@@ -112,6 +121,7 @@ public:
 
 private:
     void DecideRows(const std::vector<hostkit::CellValue>& values, const std::vector<uint32_t>& refused);
+    bool ReadOutput(size_t iRow, bool bFixedWidth);
     void CollectMessages(uint64_t iFirstRecord, size_t nRows);
     void Tally(const hostkit::Message& message, uint64_t iRecord);
 
@@ -121,7 +131,9 @@ private:
     std::unique_ptr<hostkit::Instance> instance_;
     hostkit::Batch batch_;
     std::vector<RowKind> kinds_;
-    std::vector<std::wstring> outputs_;
+    mutable std::vector<std::wstring> outputs_;   // wide results (widened from the bytes on demand)
+    std::vector<std::string_view> outputBytes_;   // results in the batch's cells, for single-byte columns
+    std::vector<uint8_t> outputIsBytes_;          // per row: the result is in outputBytes_
     std::vector<hostkit::Message> messages_;
     std::vector<std::pair<uint32_t, uint32_t>> messagesByRow_;  // (row in rowset, message index)
     std::vector<const hostkit::Message*> rowMessages_;

@@ -47,6 +47,7 @@ struct ServedColumn {
     RejectAction onReject;
     CellAction Action(size_t iRow) const { return ActionFor(pSession->Kind(iRow), onReject); }
     const std::wstring& Output(size_t iRow) const { return pSession->Output(iRow); }
+    bool OutputBytes(size_t iRow, std::string_view* pBytes) const { return pSession->OutputBytes(iRow, pBytes); }
 };
 
 class RecordSource {

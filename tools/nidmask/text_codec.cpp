@@ -79,4 +79,26 @@ void AppendText(std::wstring_view text, Encoding encoding, std::string* pOut) {
     }
 }
 
+bool SetValueText(std::string_view bytes, Encoding encoding, hostkit::CellValue* pValue) {
+    hostkit::CellValue& value = *pValue;
+    value.text.clear();
+    value.bLatin1 = encoding == Encoding::Latin1;
+    if (value.bLatin1) {
+        value.latin1.assign(bytes);
+        return true;
+    }
+    if (DecodeText(bytes, encoding, &value.text)) return true;
+    value.text.clear();
+    return false;
+}
+
+void AppendValueText(const hostkit::CellValue& value, Encoding encoding, std::string* pOut) {
+    if (value.bLatin1 && encoding == Encoding::Latin1) {
+        pOut->append(value.latin1);
+        return;
+    }
+    std::wstring scratch;
+    AppendText(hostkit::CellText(value, &scratch), encoding, pOut);
+}
+
 }  // namespace nidmask

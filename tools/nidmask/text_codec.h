@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "hostkit.h"
+
 namespace nidmask {
 
 enum class Encoding { Latin1, Utf8 };
@@ -19,6 +21,15 @@ bool DecodeText(std::string_view bytes, Encoding encoding, std::wstring* pOut);
 // '?' (the column converters never produce them); Utf8 writes code points
 // that are not characters as U+FFFD.
 void AppendText(std::wstring_view text, Encoding encoding, std::string* pOut);
+
+// A value read from bytes (not NULL): ISO-8859-1 kept as the bytes (the
+// cell's latin1), UTF-8 decoded into its text. False on invalid UTF-8, the
+// value then empty.
+bool SetValueText(std::string_view bytes, Encoding encoding, hostkit::CellValue* pValue);
+
+// Appends a value's text encoded: its bytes as they are when it holds them
+// as ISO-8859-1 and the encoding is that.
+void AppendValueText(const hostkit::CellValue& value, Encoding encoding, std::string* pOut);
 
 }  // namespace nidmask
 
