@@ -31,9 +31,22 @@ void CsvRecord::Clear() {
 
 CsvReader::CsvReader(InputFile& input, bool bHeader, char cDelimiter)
     : input_(input), pParser_(new csv_parser), buffer_(kBlock), bHeader_(bHeader), cDelimiter_(cDelimiter) {
+    InitParser();
+}
+
+void CsvReader::InitParser() {
     csv_init(pParser_, CSV_STRICT | CSV_STRICT_FINI);
     csv_set_space_func(pParser_, NoSpace);
-    csv_set_delim(pParser_, static_cast<unsigned char>(cDelimiter));
+    csv_set_delim(pParser_, static_cast<unsigned char>(cDelimiter_));
+}
+
+void CsvReader::Restart(uint64_t iLines, uint64_t iRecords) {
+    csv_free(pParser_);
+    InitParser();
+    iBegin_ = iEnd_ = 0;
+    bEof_ = false;
+    iLines_ = iLines;
+    iRecords_ = iRecords;
 }
 
 CsvReader::~CsvReader() {
