@@ -61,6 +61,7 @@ Examples:
   nidmask --country FR --validate --report report.jsonl examples/fr.txt -o masked.txt
   nidmask --country FR --format csv --column fr_nir examples/people.csv
   nidmask --rules examples/people.rules.toml examples/people.csv
+  nidmask --rules examples/people.rules.toml --jobs 0 examples/people.csv
   nidmask --country US --method random --count 10
 )";
 
