@@ -63,7 +63,7 @@ measure() {
       split(c, C, " "); split(o, O, " "); split(m, M, " ")
       printf "%-10s cat %6.2f s | jobs 1 %6.2f s %5.2f M/s %5.1f MB | jobs %d %6.2f s %5.2f M/s %5.1f MB (CPU %6.2f s against %6.2f) | jobs %d / jobs 1 %.2fx | jobs 1 / cat %5.1fx | %s | load %s\n",
         label, C[1], O[1], rows / O[1] / 1e6, O[3] / 1024, jobs, M[1], rows / M[1] / 1e6, M[3] / 1024, M[2], O[2],
-        jobs, O[1] / M[1], C[1] > 0 ? O[1] / C[1] : 0, same, load }'
+        jobs, O[1] / M[1], (C[1] > 0 ? O[1] / C[1] : 0), same, load }'
   rm -f "$work"/*.out
 }
 
