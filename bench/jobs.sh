@@ -30,7 +30,7 @@ timed() {
   local status=0
   /usr/bin/time -f '%e %U %S %M' -o "$work/time" "$@" || status=$?
   [ "$status" -le 1 ] || { echo "jobs: failed ($status): $*" >&2; cat "$work/time" >&2; return 1; }
-  awk '{ print $1, $2 + $3, $4 }' "$work/time"
+  tail -n 1 "$work/time" | awk '{ print $1, $2 + $3, $4 }'  # after "Command exited with non-zero status 1"
 }
 
 # best NAME command...: runs it; result[NAME] keeps "wall cpu peak_kB" of

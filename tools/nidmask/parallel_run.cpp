@@ -8,11 +8,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <qrnp/qrnp.h>
-
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <deque>
+
+#include <qrnp/qrnp.h>
 
 #include "exit_codes.h"
 #include "progress.h"
