@@ -181,6 +181,7 @@ int ParallelRun::Run(int iJobs) {
 }
 
 bool ParallelRun::StartWorkers(int iJobs, std::string* pError) {
+    std::signal(SIGCHLD, SIG_DFL);  // workers are waited for, even if SIGCHLD was ignored when nidmask started
     const pid_t parent = getpid();
     for (int k = 0; k < iJobs; ++k) {
         int sockets[2];
