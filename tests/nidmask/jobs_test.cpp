@@ -75,43 +75,45 @@ TEST_F(JobsTest, AnyNumberOfJobsWritesAndSaysWhatOneProcessDoes) {
     fs::copy_file(fs::path(NIDMASK_SOURCE_DIR) / "examples/people.rules.toml", Path("people.rules.toml"));
 
     struct Case {
-        const char* pArgs;   // `cat FILE |` makes the input a pipe
-        int iExit;           // of every run
-        const char* pOutput; // the output file, or "" for standard output
+        const char* pPipe;    // a command whose output is the input, or ""
+        const char* pArgs;
+        int iExit;            // of every run
+        const char* pOutput;  // the output file, or "" for standard output
     };
     const Case cases[] = {
-        {"--country FR --on-reject null --report r.jsonl mixed.txt", 1, ""},
-        {"--country FR --batch 7 --report r.jsonl --show-values < mixed.txt", 1, ""},
-        {"--country FR --on-reject fail late.txt", 1, ""},
-        {"--country FR --on-reject fail late.txt -o out.txt", 1, "out.txt"},
-        {"--country FR --format csv --column nir --report r.jsonl awkward.csv -o out.csv", 1, "out.csv"},
-        {"--country FR --format csv --column 3 --on-reject drop --batch 999", 1, ""},
-        {"--country FR --format csv --column nir stray.csv", 4, ""},
-        {"--country FR --format csv --column nir unclosed.csv -o out.csv", 4, "out.csv"},
-        {"--rules people.rules.toml --report r.jsonl people.csv", 1, ""},
+        {"", "--country FR --on-reject null --report r.jsonl mixed.txt", 1, ""},
+        {"", "--country FR --batch 7 --report r.jsonl --show-values < mixed.txt", 1, ""},
+        {"", "--country FR --on-reject fail late.txt", 1, ""},
+        {"", "--country FR --on-reject fail late.txt -o out.txt", 1, "out.txt"},
+        {"", "--country FR --format csv --column nir --report r.jsonl awkward.csv -o out.csv", 1, "out.csv"},
+        {"cat awkward.csv", "--country FR --format csv --column 3 --on-reject drop --batch 999", 1, ""},
+        {"", "--country FR --format csv --column nir stray.csv", 4, ""},
+        {"", "--country FR --format csv --column nir unclosed.csv -o out.csv", 4, "out.csv"},
+        {"cat people.csv", "--rules people.rules.toml --report r.jsonl", 1, ""},
     };
-    const std::string inputOf[] = {"", "", "", "", "", "cat awkward.csv | ", "", "", "cat people.csv | "};
-    for (size_t k = 0; k < std::size(cases); ++k) {
-        const Case& c = cases[k];
-        std::string first[4];
+    for (const Case& c : cases) {
+        // Exit status, standard output, standard error, report, output file.
+        constexpr int kResults = 5;
+        std::string first[kResults];
         for (int iJobs : {1, 2, 3, 7}) {
             SCOPED_TRACE(std::string(c.pArgs) + " --jobs " + std::to_string(iJobs));
             fs::remove(Path("r.jsonl"));
             if (*c.pOutput != '\0') WriteFile(Path(c.pOutput), "previous\n");
-            const std::string command = "cd '" + dir_.string() + "' && " + inputOf[k] + NIDMASK_BIN + " " + c.pArgs +
-                                        " --jobs " + std::to_string(iJobs) + " >stdout 2>stderr";
+            const std::string command = "cd '" + dir_.string() + "' && " + c.pPipe + (*c.pPipe ? " | " : "") +
+                                        NIDMASK_BIN + " " + c.pArgs + " --jobs " + std::to_string(iJobs) +
+                                        " >stdout 2>stderr";
             const int status = std::system(command.c_str());
             ASSERT_TRUE(WIFEXITED(status));
             EXPECT_EQ(WEXITSTATUS(status), c.iExit) << ReadFile(Path("stderr"));
-            const std::string results[4] = {std::to_string(WEXITSTATUS(status)), ReadFile(Path("stdout")),
-                                            Untimed(ReadFile(Path("stderr"))),
-                                            ReadFile(Path(*c.pOutput != '\0' ? c.pOutput : "r.jsonl"))};
-            for (int i = 0; i < 4; ++i) {
+            const std::string results[kResults] = {
+                std::to_string(WEXITSTATUS(status)), ReadFile(Path("stdout")), Untimed(ReadFile(Path("stderr"))),
+                ReadFile(Path("r.jsonl")), *c.pOutput != '\0' ? ReadFile(Path(c.pOutput)) : ""};
+            for (int i = 0; i < kResults; ++i) {
                 if (iJobs == 1) first[i] = results[i];
                 EXPECT_TRUE(results[i] == first[i]) << "result " << i << " differs from --jobs 1's";
             }
         }
-        EXPECT_FALSE(first[1].empty() && first[3].empty()) << c.pArgs << ": nothing written";
+        EXPECT_FALSE(first[1].empty() && first[4].empty()) << c.pArgs << ": nothing written";
     }
 }
 
