@@ -141,7 +141,10 @@ TEST_F(JobsTest, AKilledWorkerFailsTheRunAndLeavesTheOutputAsItWas) {
     const sighandler_t previous = signal(SIGPIPE, SIG_IGN);  // the writer outlives its reader
     std::atomic<bool> bStop{false};
     std::thread writer([&] {
-        const int fd = open(Path("in.fifo").c_str(), O_WRONLY);
+        int fd = -1;  // (without blocking: nidmask may never open its end)
+        while (!bStop && (fd = open(Path("in.fifo").c_str(), O_WRONLY | O_NONBLOCK)) < 0) usleep(1000);
+        if (fd < 0) return;
+        fcntl(fd, F_SETFL, 0);
         const std::string block = MixedLines(4096);
         for (int i = 0; i < 5000 && !bStop; ++i) {
             if (write(fd, block.data(), block.size()) < 0) break;
