@@ -3,7 +3,7 @@
 # with AddressSanitizer and UndefinedBehaviorSanitizer (build-asan/), then the
 # fuzz targets (build-fuzz/): their corpora replayed and a bounded run of each.
 # `make fuzz-long FUZZ_SECONDS=3600` fuzzes each target for as long as asked;
-# `make bench` measures the provider (bench/).
+# `make bench` measures the provider (bench/); `make bench-jobs` measures --jobs.
 # `make install PREFIX=/usr/local` (DESTDIR honoured) installs nidmask, the
 # provider, the host kit, the man page and the completion; `make deb` builds
 # the Debian package(s) in build-deb/.
@@ -28,7 +28,7 @@ DEB_PACKAGES := cmake g++ make pkg-config libgtest-dev libgmock-dev libsqlite3-d
 
 FUZZ_TARGETS := fuzz_provider fuzz_converters fuzz_csv
 
-.PHONY: all deps build build-asan fuzz test test-release test-asan test-fuzz fuzz-long demo bench bench-e2e tables \
+.PHONY: all deps build build-asan fuzz test test-release test-asan test-fuzz fuzz-long demo bench bench-e2e bench-jobs tables \
         install deb clean pg pg-install bench-pg
 
 all: build
@@ -118,6 +118,12 @@ pg-install: pg
 # 10,000,000 rows on a throwaway server (several minutes); results in bench/RESULTS.md.
 bench-pg: pg
 	bash bench/pg_bench.sh $(CURDIR) $(BUILD)
+
+# nidmask --jobs 2 against --jobs 1 against cat, 10,000,000 rows per country and a CSV by rules.
+bench-jobs: deps
+	cmake -S . -B $(BENCH_BUILD) $(BENCH_CMAKE_FLAGS) -DQRNP_NO_TRACE=OFF
+	cmake --build $(BENCH_BUILD) -j $(JOBS) --target nidmask
+	bash bench/jobs.sh $(BENCH_BUILD)
 
 # Installs what the build tree built (building only that) under PREFIX, or
 # DESTDIR/PREFIX for staging.

@@ -59,6 +59,11 @@ _nidmask() {
         for delimiter in , '\;' '\|' tab; do
           [[ $delimiter == "$cur"* ]] && COMPREPLY+=("$delimiter")
         done ;;
+      --jobs)  # 0 is one per core; and as many as there are
+        local cores
+        cores=$(nproc 2>/dev/null)
+        [[ $cores =~ ^[0-9]+$ && $cores -gt 1 ]] || cores=
+        mapfile -t COMPREPLY < <(compgen -W "0 1 $cores" -- "$cur") ;;
       --type)
         mapfile -t COMPREPLY < <(compgen -W "CHAR VARCHAR VARCHAR_SZ WCHAR WVARCHAR WVARCHAR_SZ INTEGER
           U_INTEGER U_LONG_LONG DECIMAL_PKD VARNUM" -- "$cur") ;;

@@ -44,7 +44,10 @@ done <<<"$help_options"
 cd "$(mktemp -d)"
 trap 'rm -rf "$PWD"' EXIT
 touch masked.txt
+cores=$(nproc)  # --jobs offers 0, 1 and the number of cores
+[ "$cores" -gt 1 ] || cores=
 while IFS='|' read -r words expected; do
+  expected=$(tr ' ' '\n' <<<"${expected//CORES/$cores}" | grep . | sort | tr '\n' ' ')
   # shellcheck disable=SC2086  # the words of the command line
   got=$(complete_words $words "" | sort | tr '\n' ' ')
   [ "$got" = "$expected" ] || fail "completing '$words ': got '$got', expected '$expected'"
@@ -53,6 +56,7 @@ done <<'CASES'
 --country|CA ES FR GB IT UK US 
 --delimiter|, \; \| tab 
 --on-reject|drop empty fail null 
+--jobs|0 1 CORES 
 --output|masked.txt 
 --country FR|masked.txt 
 CASES

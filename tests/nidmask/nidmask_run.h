@@ -51,6 +51,17 @@ inline std::string JoinLines(const std::vector<std::string>& lines) {
     return text;
 }
 
+// Starts `nidmask <args>` in `dir` (a shell fragment) and returns its pid.
+inline pid_t Start(const std::filesystem::path& dir, const std::string& args) {
+    const std::string command = "cd '" + dir.string() + "' && exec " + NIDMASK_BIN + " " + args;
+    const pid_t pid = fork();
+    if (pid == 0) {
+        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    return pid;
+}
+
 // A test with its own scratch directory; Run executes nidmask there.
 class NidmaskTest : public ::testing::Test {
 protected:

@@ -19,17 +19,6 @@ namespace {
 
 using NoDataLostTest = NidmaskTest;
 
-// Starts `nidmask <args>` in `dir` (a shell fragment) and returns its pid.
-pid_t Start(const std::filesystem::path& dir, const std::string& args) {
-    const std::string command = "cd '" + dir.string() + "' && exec " + NIDMASK_BIN + " " + args;
-    const pid_t pid = fork();
-    if (pid == 0) {
-        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
-        _exit(127);
-    }
-    return pid;
-}
-
 // A digest of a whole table (every column of every row, in rowid order) and its row count.
 std::string TableDigest(const std::filesystem::path& path, const std::string& table) {
     sqlite3* pDb = nullptr;

@@ -40,6 +40,12 @@ TEST_F(UsageTest, BadCommandLinesNameTheProblem) {
         {"--country FR --format csv --delimiter x", "--delimiter"},
         {"--country FR --fill-null", "--fill-null needs --method random"},
         {"--country FR --format csv --no-header --column nir", "chosen by number"},
+        {"--country FR --jobs -1", "--jobs"},
+        {"--country US --method random --count 5 --jobs 2", "--jobs and --method random exclude each other: random"},
+        {"--country FR --method ctrl --ctrl-method random --jobs 0", "--jobs and --method random exclude each other"},
+        {"--country FR --jobs 2 --error-limit 3", "--jobs and --error-limit exclude each other: the limit counts"},
+        {"--country FR --jobs 2 --db x.db --table t --column c", "--jobs and --db exclude each other: a database"},
+        {"--country FR --jobs 2 --trace t.txt", "--jobs and --trace exclude each other"},
     };
     for (const auto& [pArgs, pExpected] : cases) {
         const RunResult result = Run(pArgs);

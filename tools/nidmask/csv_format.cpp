@@ -110,6 +110,12 @@ void CsvSource::SetColumns(std::vector<size_t> columns, std::vector<Encoding> en
     reader_.SetHeader(bHeader_);
 }
 
+void CsvSource::Restart(uint64_t iLines, uint64_t iRecords, bool bHeader) {
+    reader_.Restart(iLines, iRecords);
+    reader_.SetHeader(bHeader);
+    bPending_ = false;
+}
+
 bool CsvSource::MoreLeft() {
     if (bPending_) return true;
     std::string error;

@@ -61,6 +61,12 @@ public:
     uint64_t TotalBytes() const override { return input_.TotalBytes(); }
 
     const CsvBatchBytes& Bytes() const { return bytes_; }
+    const CsvReader& Reader() const { return reader_; }
+
+    // Reads the input afresh from a record that follows iRecords records
+    // (the header included, when bHeader) and iLines line ends, which
+    // messages count from (CsvReader::Restart).
+    void Restart(uint64_t iLines, uint64_t iRecords, bool bHeader);
     bool HadByteOrderMark() const { return input_.HadByteOrderMark(); }
 
 private:

@@ -34,9 +34,22 @@ CsvReader::CsvReader(InputFile& input, bool bHeader, char cDelimiter)
     byteKinds_.fill(ByteKind::Plain);
     byteKinds_['\n'] = byteKinds_['\r'] = byteKinds_['"'] = ByteKind::Stop;
     byteKinds_[static_cast<unsigned char>(cDelimiter)] = ByteKind::Delimiter;
+    InitParser();
+}
+
+void CsvReader::InitParser() {
     csv_init(pParser_, CSV_STRICT | CSV_STRICT_FINI);
     csv_set_space_func(pParser_, NoSpace);
-    csv_set_delim(pParser_, static_cast<unsigned char>(cDelimiter));
+    csv_set_delim(pParser_, static_cast<unsigned char>(cDelimiter_));
+}
+
+void CsvReader::Restart(uint64_t iLines, uint64_t iRecords) {
+    csv_free(pParser_);
+    InitParser();
+    iBegin_ = iEnd_ = 0;
+    bEof_ = false;
+    iLines_ = iLines;
+    iRecords_ = iRecords;
 }
 
 CsvReader::~CsvReader() {

@@ -57,13 +57,25 @@ public:
     // end of input, or on a read or syntax error with *pError set.
     bool Next(CsvRecord* pRecord, std::string* pError);
 
-    // Records read so far.
+    // Records read so far (the header included), and line ends.
     uint64_t Records() const { return iRecords_; }
+    uint64_t Lines() const { return iLines_; }
+
+    // The bytes read from the input but not parsed yet, and whether the
+    // input ended: what a parent that reads on after the header takes over.
+    std::string_view Unread() const { return std::string_view(buffer_.data() + iBegin_, iEnd_ - iBegin_); }
+    bool AtEnd() const { return bEof_; }
+
+    // Reads the input afresh from its next byte, which starts a record after
+    // iRecords records (the header included) and iLines line ends: a
+    // worker's next chunk. The buffer is kept.
+    void Restart(uint64_t iLines, uint64_t iRecords);
 
 private:
     static void OnField(void* pData, size_t iLen, void* pSelf);
     static void OnRecordEnd(int c, void* pSelf);
     bool SplitPlainRecord(CsvRecord* pRecord);
+    void InitParser();
     bool Fill(std::string* pError);
     bool AbsorbLineEnds(std::string* pError);
 

@@ -28,9 +28,22 @@ bool InputFile::Open(const std::string& path, std::string* pError) {
         bOwned_ = true;
     }
     struct stat info {};
-    if (fstat(fd_, &info) == 0 && S_ISREG(info.st_mode)) iTotalBytes_ = static_cast<uint64_t>(info.st_size);
+    if (fstat(fd_, &info) == 0 && S_ISREG(info.st_mode)) {
+        iTotalBytes_ = static_cast<uint64_t>(info.st_size);
+        const off_t at = lseek(fd_, 0, SEEK_CUR);
+        if (at >= 0) iStartOffset_ = at;
+    }
     posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
     return true;
+}
+
+void InputFile::Attach(int fd, const std::string& name, int64_t offset, uint64_t size) {
+    fd_ = fd;
+    name_ = name;
+    bStarted_ = true;
+    bLimited_ = true;
+    iAt_ = offset;
+    iLeft_ = size;
 }
 
 long InputFile::Read(char* pBuffer, size_t size, std::string* pError) {
@@ -54,10 +67,16 @@ long InputFile::Read(char* pBuffer, size_t size, std::string* pError) {
 }
 
 long InputFile::ReadSome(char* pBuffer, size_t size, std::string* pError) {
+    if (bLimited_ && size > iLeft_) size = static_cast<size_t>(iLeft_);
+    if (size == 0) return 0;
     for (;;) {
-        const ssize_t n = read(fd_, pBuffer, size);
+        const ssize_t n = iAt_ >= 0 ? pread(fd_, pBuffer, size, iAt_) : read(fd_, pBuffer, size);
         if (n >= 0) {
             iBytesRead_ += static_cast<uint64_t>(n);
+            if (bLimited_) {
+                iLeft_ -= static_cast<uint64_t>(n);
+                if (iAt_ >= 0) iAt_ += n;
+            }
             return static_cast<long>(n);
         }
         if (errno == EINTR) continue;

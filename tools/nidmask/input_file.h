@@ -18,6 +18,17 @@ public:
     // Opens `path`; "" or "-" is standard input. False with a message.
     bool Open(const std::string& path, std::string* pError);
 
+    // A worker's share of an input (parallel_run.h): the next `size` bytes
+    // of `fd`, read at `offset` (pread) when it is not negative, else as
+    // they come; no byte-order mark is looked for. `name` is the input's,
+    // for messages. The descriptor stays open.
+    void Attach(int fd, const std::string& name, int64_t offset, uint64_t size);
+
+    // The descriptor, and the offset in it of the next byte Read returns
+    // (-1 unless the input is a regular file that can be read again there).
+    int Descriptor() const { return fd_; }
+    int64_t NextOffset() const { return iStartOffset_ < 0 ? -1 : iStartOffset_ + static_cast<int64_t>(iBytesRead_); }
+
     // Reads up to `size` bytes: the count, 0 at the end, -1 on an error
     // (*pError set). A UTF-8 byte-order mark at the start of the input is
     // not returned: HadByteOrderMark() tells, after the first Read.
@@ -40,6 +51,10 @@ private:
     std::string name_;
     uint64_t iBytesRead_ = 0;
     uint64_t iTotalBytes_ = 0;
+    int64_t iStartOffset_ = -1;  // a regular file: the offset of its first byte read
+    int64_t iAt_ = -1;           // Attach with an offset: where the next byte is
+    uint64_t iLeft_ = 0;         // Attach: the bytes left
+    bool bLimited_ = false;      // Attach
 };
 
 }  // namespace nidmask

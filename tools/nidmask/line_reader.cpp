@@ -11,6 +11,11 @@ constexpr size_t kBlock = 1 << 20;
 
 LineReader::LineReader(InputFile& input) : input_(input), buffer_(kBlock) {}
 
+void LineReader::Restart() {
+    iBegin_ = iEnd_ = 0;
+    bEof_ = false;
+}
+
 bool LineReader::Fill(std::string* pError) {
     if (bEof_) return false;
     // Keep the unread part, at the start of the buffer, and grow the buffer

@@ -19,6 +19,10 @@ public:
     // the end of input, or on a read error with *pError set.
     bool Next(std::string_view* pLine, std::string* pError);
 
+    // Reads the input afresh from its next byte, as from its start (a
+    // worker's next chunk): the buffer is kept.
+    void Restart();
+
 private:
     bool Fill(std::string* pError);  // more bytes after the unread ones; false at the end or on error
 

@@ -8,6 +8,11 @@ namespace nidmask {
 LineSource::LineSource(InputFile& input, std::optional<uint64_t> count, Encoding encoding, std::string nullText)
     : input_(input), reader_(input), count_(count), encoding_(encoding), nullText_(std::move(nullText)) {}
 
+void LineSource::Restart() {
+    reader_.Restart();
+    bPending_ = false;
+}
+
 bool LineSource::MoreLeft() {
     if (count_) return iMade_ < *count_;
     if (bPending_) return true;

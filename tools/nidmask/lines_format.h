@@ -26,6 +26,9 @@ public:
     uint64_t TotalBytes() const override { return input_.TotalBytes(); }
     uint64_t TotalRecords() override { return count_.value_or(0); }
 
+    // Reads the input afresh (LineReader::Restart).
+    void Restart();
+
 private:
     InputFile& input_;
     LineReader reader_;

@@ -206,6 +206,38 @@ void MaskingSession::Tally(const hostkit::Message& message, uint64_t iRecord) {
     tallies_.push_back(MessageTally{message.iMessage, 1, iRecord, hostkit::RenderMessage(message, settings_.bShowValues)});
 }
 
+SessionTotals MaskingSession::TakeTotals() {
+    SessionTotals totals{counts_, std::move(tallies_), std::move(rejectedRows_)};
+    counts_ = {};
+    tallies_.clear();
+    rejectedRows_.clear();
+    return totals;
+}
+
+void AddTotals(const SessionTotals& later, SessionTotals* pInto) {
+    RowCounts& counts = pInto->counts;
+    counts.iRead += later.counts.iRead;
+    counts.iMasked += later.counts.iMasked;
+    counts.iNull += later.counts.iNull;
+    counts.iBlank += later.counts.iBlank;
+    counts.iEmpty += later.counts.iEmpty;
+    counts.iInvalid += later.counts.iInvalid;
+    counts.iRejected += later.counts.iRejected;
+    counts.iUnserved += later.counts.iUnserved;
+    counts.bStoppedAtLimit = counts.bStoppedAtLimit || later.counts.bStoppedAtLimit;
+    for (const MessageTally& tally : later.tallies) {
+        const auto known = std::find_if(pInto->tallies.begin(), pInto->tallies.end(),
+                                        [&](const MessageTally& t) { return t.iMessage == tally.iMessage; });
+        if (known != pInto->tallies.end()) {
+            known->iCount += tally.iCount;
+        } else {
+            pInto->tallies.push_back(tally);
+        }
+    }
+    for (const uint64_t iRow : later.rejectedRows)
+        if (pInto->rejectedRows.size() < MaskingSession::kRejectedRowsKept) pInto->rejectedRows.push_back(iRow);
+}
+
 int32_t MaskingSession::Finish() {
     if (!instance_) return 0;
     const int32_t iResult = hostkit::TerminateInstance(*instance_);

@@ -58,6 +58,19 @@ struct MessageTally {
     std::string text;        // the first one, rendered
 };
 
+// What a session counted: its rows, its messages by number, and its first
+// rejected rows (record numbers).
+struct SessionTotals {
+    RowCounts counts;
+    std::vector<MessageTally> tallies;
+    std::vector<uint64_t> rejectedRows;
+};
+
+// Adds the totals of records that follow those of *pInto (a later part of
+// the input): counts summed, message numbers first seen in `later` appended
+// in their order, rejected rows kept up to MaskingSession::kRejectedRowsKept.
+void AddTotals(const SessionTotals& later, SessionTotals* pInto);
+
 struct SessionSettings {
     hostkit::InstanceOptions instance;  // switch, CtrlBlk method, flags, column, operands
     uint16_t sServiceMethod = QRNP_METHOD_MASK;  // the method Service is called with
@@ -118,6 +131,11 @@ public:
     static constexpr size_t kRejectedRowsKept = 10;
     const std::vector<uint64_t>& RejectedRows() const { return rejectedRows_; }
     const SessionSettings& Settings() const { return settings_; }
+
+    SessionTotals Totals() const { return {counts_, tallies_, rejectedRows_}; }
+    // The totals since the last call, which start again from zero: what a
+    // worker reports for each chunk it serves.
+    SessionTotals TakeTotals();
 
 private:
     void DecideRows(const std::vector<hostkit::CellValue>& values, const std::vector<uint32_t>& refused);

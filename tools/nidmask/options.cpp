@@ -2,6 +2,8 @@
 // of "needs" and "excludes" rules, and the few checks that look at values.
 #include "options.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cctype>
 #include <functional>
@@ -9,6 +11,7 @@
 #include <map>
 
 #include <CLI/CLI.hpp>
+#include <qrnp/qrnp.h>
 
 #include "column_types.h"
 #include "number_text.h"
@@ -35,8 +38,8 @@ Exit status:
     1  rows were rejected, or the run stopped early (--on-reject fail, or the
        error limit): an -o file is then left as it was
     2  usage error
-    3  the provider could not be loaded, Init failed, or Service returned a
-       message number
+    3  the provider could not be loaded, Init failed, Service returned a
+       message number, or a worker process (--jobs) died
     4  input or output error (a file, CSV syntax, the database)
   With -o a regular file is written to a temporary file and renamed into place
   only when the run succeeds; a device, FIFO or socket is written directly; a
@@ -58,6 +61,7 @@ Examples:
   nidmask --country FR --validate --report report.jsonl examples/fr.txt -o masked.txt
   nidmask --country FR --format csv --column fr_nir examples/people.csv
   nidmask --rules examples/people.rules.toml examples/people.csv
+  nidmask --rules examples/people.rules.toml --jobs 0 examples/people.csv
   nidmask --country US --method random --count 10
 )";
 
@@ -96,11 +100,13 @@ struct RawValues {
     std::string onReject;
     std::vector<std::string> rawOperands;
     uint64_t iCount = 0;
+    int iJobs = 1;                      // as given: 0 is one per core
     bool bHeader = false;
     bool bNoHeader = false;
 };
 
 const std::string kIo = "Input and output";
+constexpr int kMaxJobs = 256;
 const std::string kMasking = "Masking";
 const std::string kReports = "Rejected rows and reports";
 const std::string kEngine = "Engine-level options (for testing the provider itself)";
@@ -148,6 +154,12 @@ void AddInputOutput(CLI::App& app, Options& o, RawValues& v) {
         ->group(kIo);
     app.add_option("--batch", o.iBatch, "rows per batch (one Service call each)")
         ->check(CLI::Range(1, 1000000))
+        ->group(kIo)
+        ->type_name("N");
+    app.add_option("--jobs", v.iJobs,
+                   "files: N worker processes mask chunks of records at the same time; output, report, summary and "
+                   "exit status are those of 1 (0: one per core)")
+        ->check(CLI::Range(0, kMaxJobs))
         ->group(kIo)
         ->type_name("N");
 }
@@ -538,6 +550,36 @@ void CheckRules(const Options& o) {
                          " rules for lines input, which has one column: use --format csv, or one rule"};
 }
 
+// --jobs other than 1: what worker processes cannot do as one process does.
+void CheckJobs(const RawValues& v, const Options& o) {
+    if (v.iJobs == 1) return;
+    const auto refuse = [](const std::string& other, const std::string& why) {
+        throw UsageError{"--jobs and " + other + " exclude each other: " + why};
+    };
+    if (!o.dbPath.empty())
+        refuse("--db", "a database is read and updated through one connection in one transaction, which costs more "
+                       "than the masking itself, so worker processes would not make the run faster");
+    for (const ColumnRule& rule : o.rules) {
+        hostkit::ResolvedMasking resolved;
+        std::string error;
+        hostkit::ResolveMasking(rule.masking, VARCHAR, &resolved, &error);  // checked by CheckRules
+        if (resolved.instance.sMethod == QRNP_METHOD_RANDOM)
+            refuse("--method random", "random values come from state each process keeps (its own rand() sequence, "
+                                      "and counters for US numbers), so worker processes would repeat each other's "
+                                      "values");
+    }
+    if (o.iErrorLimit > 0)
+        refuse("--error-limit", "the limit counts the messages of the whole run in input order, while worker "
+                                "processes serve their chunks at the same time");
+    if (!o.tracePath.empty()) refuse("--trace", "a trace follows the calls of one process");
+}
+
+int JobsFor(int iGiven) {
+    if (iGiven != 0) return iGiven;
+    const long iCores = sysconf(_SC_NPROCESSORS_ONLN);
+    return iCores < 1 ? 1 : iCores > kMaxJobs ? kMaxJobs : static_cast<int>(iCores);
+}
+
 int PrintUsageError(const std::string& message) {
     std::cerr << "nidmask: " << message << "\nRun 'nidmask --help' for the options.\n";
     return 2;
@@ -567,6 +609,8 @@ ParsedCommandLine ParseCommandLine(int argc, char** argv) {
         ResolveFileWide(app, v, o);
         CheckRelations(app, o);
         CheckRules(o);
+        CheckJobs(v, o);
+        o.iJobs = JobsFor(v.iJobs);
     } catch (const CLI::CallForHelp&) {
         std::cout << app.help();
         return {std::nullopt, 0};

@@ -29,6 +29,7 @@ struct Options {
     std::string dbPath;
     int iBatch = 1000;
     int iErrorLimit = 0;
+    int iJobs = 1;                      // worker processes; 1: none, the run masks in this process
 
     // The masked columns: the rules file's, or the command line's one.
     std::vector<ColumnRule> rules;

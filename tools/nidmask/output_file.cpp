@@ -147,7 +147,51 @@ bool OutputFile::Open(const std::string& path, bool bAtomic, std::string* pError
     return true;
 }
 
+void OutputFile::OpenInMemory() {
+    bOpen_ = true;
+    bMemory_ = true;
+    path_ = "memory";
+}
+
+bool OutputFile::CopyFrom(int fd, uint64_t size, bool* pbEnded) {
+    *pbEnded = false;
+    if (!Flush()) return false;
+    while (size > 0) {
+        if (!bNoSplice_) {
+            const ssize_t n = splice(fd, nullptr, fd_, nullptr, size, SPLICE_F_MOVE);
+            if (n > 0) {
+                size -= static_cast<uint64_t>(n);
+                continue;
+            }
+            if (n == 0) {
+                *pbEnded = true;
+                return false;
+            }
+            if (errno == EINTR) continue;
+            if (errno != EINVAL) {
+                error_ = "cannot write " + path_ + ": " + std::strerror(errno);
+                return false;
+            }
+            bNoSplice_ = true;  // a terminal, or a file opened to append: read and write instead
+        }
+        constexpr uint64_t kPiece = 1 << 16;
+        buffer_.resize(static_cast<size_t>(size < kPiece ? size : kPiece));
+        const ssize_t n = read(fd, buffer_.data(), buffer_.size());
+        if (n <= 0) {
+            buffer_.clear();
+            if (n < 0 && errno == EINTR) continue;
+            *pbEnded = true;
+            return false;
+        }
+        buffer_.resize(static_cast<size_t>(n));
+        if (!Flush()) return false;
+        size -= static_cast<uint64_t>(n);
+    }
+    return true;
+}
+
 bool OutputFile::Flush() {
+    if (bMemory_) return true;
     if (!error_.empty()) return false;
     size_t done = 0;
     while (done < buffer_.size()) {

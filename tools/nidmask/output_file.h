@@ -10,6 +10,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -49,6 +50,15 @@ public:
         MaybeFlush();
     }
 
+    // Output kept in Buffer() only, never written (a worker's share of the
+    // output, which its parent writes).
+    void OpenInMemory();
+
+    // Writes what the buffer holds, then `size` bytes read from the pipe
+    // `fd` (spliced where the kernel can). False when the pipe ended first
+    // (*pbEnded set) or a write failed (see Error()).
+    bool CopyFrom(int fd, uint64_t size, bool* pbEnded);
+
     // Writes the buffer out. False once any write has failed (see Error()).
     bool Flush();
     // Flushes and closes; an atomic file is renamed to its final name. False with a message.
@@ -65,6 +75,8 @@ private:
     bool bOwned_ = false;
     bool bOpen_ = false;
     bool bAtomic_ = false;  // written to a temporary file, renamed at Commit
+    bool bMemory_ = false;  // OpenInMemory
+    bool bNoSplice_ = false;  // splice(2) refused once: read and write instead
     std::string path_;      // the path given, for messages
     std::string finalPath_; // atomic: the file renamed over (a symlink's target)
     std::string tempPath_;  // atomic: the name written to

@@ -54,15 +54,16 @@ void Progress::Finish() {
     bShown_ = false;
 }
 
-std::string Summary(const MaskingSession& session, RejectAction onReject, double seconds, const std::string& name) {
-    const RowCounts& counts = session.Counts();
-    const std::vector<MessageTally>& tallies = session.Tallies();
+std::string Summary(const SessionTotals& totals, const SessionSettings& settings, RejectAction onReject,
+                    double seconds, const std::string& name) {
+    const RowCounts& counts = totals.counts;
+    const std::vector<MessageTally>& tallies = totals.tallies;
     // (Only an instance given a key encrypts: its Service method says so.)
-    const uint16_t sService = session.Settings().sServiceMethod;
-    const char* pDone = session.Settings().instance.sMethod == QRNP_METHOD_RANDOM ? " generated, "
-                        : sService == QRNP_METHOD_ENCRYPT                        ? " encrypted, "
-                        : sService == QRNP_METHOD_DECRYPT                        ? " decrypted, "
-                                                                                 : " masked, ";
+    const uint16_t sService = settings.sServiceMethod;
+    const char* pDone = settings.instance.sMethod == QRNP_METHOD_RANDOM ? " generated, "
+                        : sService == QRNP_METHOD_ENCRYPT                  ? " encrypted, "
+                        : sService == QRNP_METHOD_DECRYPT                  ? " decrypted, "
+                                                                           : " masked, ";
     const auto n = [](uint64_t value) { return std::to_string(value); };
     std::string text = "nidmask: " + (name.empty() ? "" : name + ": ") + n(counts.iRead) + " rows read: " + n(counts.iMasked) +
                        pDone + n(counts.PassedThrough()) + " passed through";
@@ -88,7 +89,7 @@ std::string Summary(const MaskingSession& session, RejectAction onReject, double
                               : onReject == RejectAction::Drop ? "left out"
                                                                : "not written";
         text += "nidmask: rejected rows (" + std::string(pBecame) + "): ";
-        const std::vector<uint64_t>& rows = session.RejectedRows();
+        const std::vector<uint64_t>& rows = totals.rejectedRows;
         for (size_t i = 0; i < rows.size(); ++i) text += (i == 0 ? "" : ", ") + n(rows[i]);
         if (counts.iRejected > rows.size()) text += " and " + n(counts.iRejected - rows.size()) + " more (see --report)";
         text += "\n";

@@ -44,7 +44,8 @@ private:
 // the first rejected rows and what became of them, then a line per message
 // number that is not a plain notice. `name` (a column) prefixes the first
 // line when not empty.
-std::string Summary(const MaskingSession& session, RejectAction onReject, double seconds, const std::string& name);
+std::string Summary(const SessionTotals& totals, const SessionSettings& settings, RejectAction onReject,
+                    double seconds, const std::string& name);
 
 }  // namespace nidmask
 

@@ -2,6 +2,7 @@
 #include "report.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "message_text.h"
 
@@ -37,7 +38,7 @@ bool ReportWriter::Open(const std::string& path, bool bShowValues, std::string* 
 }
 
 void ReportWriter::AppendMessages(const std::vector<const hostkit::Message*>& messages) {
-    std::string& out = file_.Buffer();
+    std::string& out = Out();
     out += "\"messages\":[";
     for (size_t i = 0; i < messages.size(); ++i) {
         const hostkit::Message& message = *messages[i];
@@ -57,7 +58,7 @@ void ReportWriter::AppendMessages(const std::vector<const hostkit::Message*>& me
 }
 
 void ReportWriter::AppendPlace(const Place& place) {
-    std::string& out = file_.Buffer();
+    std::string& out = Out();
     out += '{';
     if (!place.table.empty()) {
         out += "\"table\":";
@@ -75,19 +76,32 @@ void ReportWriter::WriteRow(const Place& place, uint64_t iRow, int32_t iStatus, 
                             const std::vector<const hostkit::Message*>& messages) {
     if (!bOpen_) return;
     AppendPlace(place);
-    std::string& out = file_.Buffer();
+    std::string& out = Out();
     out += "\"row\":" + std::to_string(iRow) + ",\"status\":" + std::to_string(iStatus) +
            ",\"rejected\":" + (bRejected ? "true," : "false,");
     AppendMessages(messages);
-    file_.MaybeFlush();
+    MaybeFlush();
 }
 
 void ReportWriter::WriteUnbound(const Place& place, const std::vector<const hostkit::Message*>& messages) {
     if (!bOpen_ || messages.empty()) return;
     AppendPlace(place);
-    file_.Buffer() += "\"row\":0,";
+    Out() += "\"row\":0,";
     AppendMessages(messages);
-    file_.MaybeFlush();
+    MaybeFlush();
+}
+
+void ReportWriter::CaptureInMemory() {
+    if (!bOpen_) return;
+    bCapture_ = true;
+    file_.Buffer().clear();  // the parent's to write
+}
+
+std::string ReportWriter::TakeCaptured() { return std::exchange(captured_, {}); }
+
+void ReportWriter::AppendCaptured(std::string_view lines) {
+    if (!bOpen_ || lines.empty()) return;
+    file_.Write(lines);
 }
 
 bool ReportWriter::Close(std::string* pError) {

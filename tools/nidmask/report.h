@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hostkit.h"
@@ -36,13 +37,26 @@ public:
     // Flushes and closes. False with a message.
     bool Close(std::string* pError);
 
+    // In a worker process (parallel_run.h): lines are kept in memory from
+    // now on, never written to the file, and handed over with TakeCaptured;
+    // the parent appends them in input order with AppendCaptured.
+    void CaptureInMemory();
+    std::string TakeCaptured();
+    void AppendCaptured(std::string_view lines);
+
 private:
+    std::string& Out() { return bCapture_ ? captured_ : file_.Buffer(); }
+    void MaybeFlush() {
+        if (!bCapture_) file_.MaybeFlush();
+    }
     void AppendPlace(const Place& place);
     void AppendMessages(const std::vector<const hostkit::Message*>& messages);
 
     OutputFile file_;
     bool bOpen_ = false;
     bool bShowValues_ = false;
+    bool bCapture_ = false;
+    std::string captured_;
 };
 
 // Appends `text` (UTF-8) as a JSON string, quotes included.

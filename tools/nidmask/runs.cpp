@@ -15,6 +15,7 @@
 #include "lines_format.h"
 #include "message_text.h"
 #include "output_file.h"
+#include "parallel_run.h"
 #include "serve_loop.h"
 #include "text_codec.h"
 
@@ -55,6 +56,18 @@ LoopSettings MakeLoopSettings(const Options& options, bool bOutputOnStdout) {
     settings.bProgress = options.bProgress;
     settings.bOutputOnStdout = bOutputOnStdout;
     return settings;
+}
+
+// What every worker of a run with --jobs reads, and how.
+WorkerFormat MakeWorkerFormat(const Options& options, const InputFile& input, RecordSyntax syntax) {
+    WorkerFormat format;
+    format.syntax = syntax;
+    format.inputName = input.Name();
+    format.iInputFd = input.Descriptor();
+    format.iBatch = static_cast<size_t>(options.iBatch);
+    format.nullText = options.nullText;
+    format.cDelimiter = options.cDelimiter;
+    return format;
 }
 
 bool IsStandardStream(const std::string& path) { return path.empty() || path == "-"; }
@@ -134,11 +147,18 @@ int RunLines(const RunContext& context) {
     }
     const SessionSettings settings = MakeSessionSettings(options, rule, VARCHAR, "", {});
     const Encoding encoding = EncodingOf(settings.instance.sDataType);
-    LineSource source(input, options.count, encoding, options.nullText);
-    LineSink sink(output, encoding, options.nullText, input);
     std::vector<ColumnJob> jobs;
     jobs.push_back(MakeJob(context, rule, settings));
-    return ServeRecords(source, sink, jobs, MakeLoopSettings(options, IsStandardStream(options.output)));
+    const LoopSettings loopSettings = MakeLoopSettings(options, IsStandardStream(options.output));
+    if (options.iJobs > 1) {
+        WorkerFormat format = MakeWorkerFormat(options, input, RecordSyntax::Lines);
+        format.encodings = {encoding};
+        const ParallelInput in(input);
+        return ServeInWorkers(in, output, format, jobs, context.pReport, loopSettings, options.iJobs);
+    }
+    LineSource source(input, options.count, encoding, options.nullText);
+    LineSink sink(output, encoding, options.nullText, input);
+    return ServeRecords(source, sink, jobs, loopSettings);
 }
 
 int RunCsv(const RunContext& context) {
@@ -207,9 +227,24 @@ int RunCsv(const RunContext& context) {
         PrintError(error);
         return kExitIo;
     }
+    const LoopSettings loopSettings = MakeLoopSettings(options, IsStandardStream(options.output));
+    if (options.iJobs > 1) {
+        // The parent reads on where the header ended.
+        WorkerFormat format = MakeWorkerFormat(options, input, RecordSyntax::Csv);
+        format.encodings = encodings;
+        format.columns = columns;
+        format.bHeader = pHeader != nullptr;
+        ParallelInput in(input);
+        in.pending = source.Reader().Unread();
+        in.bEnded = source.Reader().AtEnd();
+        in.iLinesBefore = source.Reader().Lines();
+        in.header = pHeader != nullptr ? pHeader->raw : std::string();
+        in.bCsv = true;
+        return ServeInWorkers(in, output, format, jobs, context.pReport, loopSettings, options.iJobs);
+    }
     source.SetColumns(columns, encodings);
     CsvSink sink(output, source, options.cDelimiter, options.nullText, encodings);
-    return ServeRecords(source, sink, jobs, MakeLoopSettings(options, IsStandardStream(options.output)));
+    return ServeRecords(source, sink, jobs, loopSettings);
 }
 
 int RunDatabase(const RunContext& context) {
