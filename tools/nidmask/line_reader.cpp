@@ -36,7 +36,7 @@ bool LineReader::Fill(std::string* pError) {
     return true;
 }
 
-bool LineReader::Next(std::string_view* pLine, std::string* pError) {
+bool LineReader::Next(std::string_view* pLine, LineEnd* pEnd, std::string* pError) {
     size_t iScanned = iBegin_;
     for (;;) {
         const char* pStart = buffer_.data() + iScanned;
@@ -44,7 +44,8 @@ bool LineReader::Next(std::string_view* pLine, std::string* pError) {
         if (pNewline != nullptr) {
             const size_t iNewline = static_cast<size_t>(pNewline - buffer_.data());
             size_t iLineEnd = iNewline;
-            if (iLineEnd > iBegin_ && buffer_[iLineEnd - 1] == '\r') --iLineEnd;
+            *pEnd = LineEnd::Lf;
+            if (iLineEnd > iBegin_ && buffer_[iLineEnd - 1] == '\r') --iLineEnd, *pEnd = LineEnd::CrLf;
             *pLine = std::string_view(buffer_.data() + iBegin_, iLineEnd - iBegin_);
             iBegin_ = iNewline + 1;
             return true;
@@ -53,8 +54,9 @@ bool LineReader::Next(std::string_view* pLine, std::string* pError) {
         if (!Fill(pError)) {
             if (!pError->empty()) return false;
             if (iEnd_ == iBegin_) return false;
-            // The last line, without a newline.
+            // The last line, without a newline (a CR there is not part of the value).
             size_t iLineEnd = iEnd_;
+            *pEnd = LineEnd::None;
             if (buffer_[iLineEnd - 1] == '\r') --iLineEnd;
             *pLine = std::string_view(buffer_.data() + iBegin_, iLineEnd - iBegin_);
             iBegin_ = iEnd_;

@@ -17,7 +17,7 @@ bool LineSource::MoreLeft() {
     if (count_) return iMade_ < *count_;
     if (bPending_) return true;
     std::string error;
-    bPending_ = reader_.Next(&pending_, &error);
+    bPending_ = reader_.Next(&pending_, &pendingEnd_, &error);
     return bPending_;
 }
 
@@ -26,6 +26,8 @@ bool LineSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
     std::vector<uint32_t>& refused = pBatch->refused[0];
     size_t n = 0;
     std::string_view line;
+    LineEnd end = LineEnd::Lf;
+    ends_.resize(iMax);
     while (n < iMax) {
         hostkit::CellValue& value = values[n];
         if (count_) {
@@ -36,8 +38,9 @@ bool LineSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
         } else {
             if (bPending_) {
                 line = pending_;
+                end = pendingEnd_;
                 bPending_ = false;
-            } else if (!reader_.Next(&line, pError)) {
+            } else if (!reader_.Next(&line, &end, pError)) {
                 if (!pError->empty()) return false;
                 break;
             }
@@ -49,6 +52,7 @@ bool LineSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
                 refused[n] = hostkit::RefusedValue(hostkit::kHostMsgInvalidUtf8);
             }
         }
+        ends_[n] = end;
         ++iMade_;
         ++n;
     }
@@ -56,15 +60,25 @@ bool LineSource::Read(RecordBatch* pBatch, size_t iMax, std::string* pError) {
     return true;
 }
 
-LineSink::LineSink(OutputFile& output, Encoding encoding, std::string nullText, const InputFile& input)
-    : output_(output), encoding_(encoding), nullText_(std::move(nullText)), input_(input) {}
+LineSink::LineSink(OutputFile& output, Encoding encoding, std::string nullText, const InputFile& input,
+                   const LineSource& source)
+    : output_(output), encoding_(encoding), nullText_(std::move(nullText)), input_(input), source_(source) {}
+
+void LineSink::Start() {
+    if (bStarted_) return;
+    bStarted_ = true;
+    if (input_.HadByteOrderMark()) output_.Buffer() += "\xEF\xBB\xBF";
+}
+
+bool LineSink::Commit(std::string* pError) {
+    Start();  // an input of a byte-order mark alone is copied too
+    return output_.Commit(pError);
+}
 
 bool LineSink::Write(const RecordBatch& batch, const std::vector<ServedColumn>& columns, std::string* pError) {
+    Start();
     std::string& out = output_.Buffer();
-    if (!bStarted_) {
-        bStarted_ = true;
-        if (input_.HadByteOrderMark()) out += "\xEF\xBB\xBF";
-    }
+    const std::vector<LineEnd>& ends = source_.Ends();
     const ServedColumn& column = columns[0];
     for (size_t i = 0; i < batch.n; ++i) {
         const CellAction action = column.Action(i);
@@ -82,7 +96,7 @@ bool LineSink::Write(const RecordBatch& batch, const std::vector<ServedColumn>& 
             case CellAction::Drop: continue;
             default: break;
         }
-        out += '\n';
+        out += LineEndText(ends[i]);
         ++iWritten_;
     }
     output_.MaybeFlush();

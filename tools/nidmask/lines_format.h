@@ -1,11 +1,12 @@
 // One value per line: the source reads lines (LF or CRLF; the last one
 // counted without a newline) or makes rows without a source for --count; the
-// sink writes one result per line, LF-terminated.
+// sink writes one result per line, each ended as its source line was.
 #ifndef NIDMASK_LINES_FORMAT_H
 #define NIDMASK_LINES_FORMAT_H
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "input_file.h"
 #include "line_reader.h"
@@ -26,6 +27,9 @@ public:
     uint64_t TotalBytes() const override { return input_.TotalBytes(); }
     uint64_t TotalRecords() override { return count_.value_or(0); }
 
+    // How each line of the last batch ended (rows made without input end in LF).
+    const std::vector<LineEnd>& Ends() const { return ends_; }
+
     // Reads the input afresh (LineReader::Restart).
     void Restart();
 
@@ -37,26 +41,33 @@ private:
     std::string nullText_;
     uint64_t iMade_ = 0;           // rows made or lines read
     std::string_view pending_;     // a line read ahead by MoreLeft
+    LineEnd pendingEnd_ = LineEnd::Lf;
+    std::vector<LineEnd> ends_;    // of the last batch's lines
     bool bPending_ = false;
 };
 
 class LineSink : public RecordSink {
 public:
-    // bByteOrderMark: the input started with one; it is written first.
-    LineSink(OutputFile& output, Encoding encoding, std::string nullText, const InputFile& input);
+    // A byte-order mark the input started with is written first, and each
+    // line ends as the source's line did.
+    LineSink(OutputFile& output, Encoding encoding, std::string nullText, const InputFile& input,
+             const LineSource& source);
 
     bool Write(const RecordBatch& batch, const std::vector<ServedColumn>& columns, std::string* pError) override;
-    bool Commit(std::string* pError) override { return output_.Commit(pError); }
+    bool Commit(std::string* pError) override;
     void Abandon() override { output_.Abandon(); }
     bool WritesThrough() const override { return output_.WritesThrough(); }
     uint64_t RecordsWritten() const override { return iWritten_; }
     std::string AbandonedNote() const override;
 
 private:
+    void Start();  // the byte-order mark, before the first line
+
     OutputFile& output_;
     Encoding encoding_;
     std::string nullText_;
     const InputFile& input_;
+    const LineSource& source_;
     bool bStarted_ = false;
     uint64_t iWritten_ = 0;
 };

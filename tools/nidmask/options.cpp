@@ -118,7 +118,7 @@ void AddInputOutput(CLI::App& app, Options& o, RawValues& v) {
         ->group(kIo)
         ->type_name("FILE");
     app.add_option("--format", v.format,
-                   "lines: one value per line; csv or tsv: one column of a delimited file, every other byte copied")
+                   "lines: one value per line (line ends kept); csv or tsv: one column of a delimited file, every other byte copied")
         ->check(OneOf({"lines", "csv", "tsv"}))
         ->group(kIo)
         ->type_name("lines|csv|tsv");

@@ -157,7 +157,7 @@ int RunLines(const RunContext& context) {
         return ServeInWorkers(in, output, format, jobs, context.pReport, loopSettings, options.iJobs);
     }
     LineSource source(input, options.count, encoding, options.nullText);
-    LineSink sink(output, encoding, options.nullText, input);
+    LineSink sink(output, encoding, options.nullText, input, source);
     return ServeRecords(source, sink, jobs, loopSettings);
 }
 

@@ -46,7 +46,7 @@ struct ChunkFormat {
         if (format.syntax == RecordSyntax::Lines) {
             const Encoding encoding = format.encodings.front();
             lines = std::make_unique<LineSource>(input, std::nullopt, encoding, format.nullText);
-            sink = std::make_unique<LineSink>(output, encoding, format.nullText, input);
+            sink = std::make_unique<LineSink>(output, encoding, format.nullText, input, *lines);
         } else {
             csv = std::make_unique<CsvSource>(input, format.cDelimiter, format.nullText);
             csv->SetColumns(format.columns, format.encodings);
