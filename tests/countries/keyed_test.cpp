@@ -85,6 +85,7 @@ TEST(Keyed, EncryptsWhatValidationAcceptsIntoValidDistinctValuesThatDecryptBack)
         {"FR", {"sex,year,month,dept,commune", "", "", ""}, false, "dash"},
         {"FR", {"month", "", "", ""}},
         {"FR", {"dept", "", "", ""}, true, "space"},
+        {"FR", {}, true},
         {"IT", {}, false, "", 100000},
         {"IT", {"names,date,region", "", "", ""}, false, "dash"},
         {"IT", {"names", "", "", ""}, true},
