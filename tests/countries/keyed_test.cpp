@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <set>
 
 #include "countries/us/QRNPNidUsAlgo.h"
 #include "masking_settings.h"
@@ -27,8 +26,17 @@ struct Config {
     hostkit::NamedSettings named;  // parts, form, area table; the separator is kept
     bool bOfficial = false;
     std::string generatedSeparator = "";  // the form the sources are generated in
-    size_t iRows = 20000;
 };
+
+// Values a form: 100,000 (about 12 s of CPU for the whole test in the release
+// build). The sanitizers' build (unoptimised) runs ten times slower; what it
+// checks, memory and undefined behaviour, 40,000 values a form exercise as
+// well, in about a minute of CPU (100,000 would take two and a half).
+#if defined(__SANITIZE_ADDRESS__)
+constexpr size_t kRowsAForm = 40000;
+#else
+constexpr size_t kRowsAForm = 100000;
+#endif
 
 hostkit::ResolvedMasking Resolve(const Config& c, const std::string& method, const std::vector<uint8_t>& key = {},
                                  const std::string& tweak = "", const std::string& separator = "keep") {
@@ -57,6 +65,11 @@ Values Outputs(const testsupport::RunResult& result) {
     return outputs;
 }
 
+size_t DistinctCount(Values values) {
+    std::sort(values.begin(), values.end());
+    return static_cast<size_t>(std::unique(values.begin(), values.end()) - values.begin());
+}
+
 // The layout of a value: letters and digits as '#', anything else itself;
 // lower-case letters as 'a'.
 std::wstring Shape(const std::wstring& v) {
@@ -81,24 +94,24 @@ std::wstring SomeLowerCase(std::wstring v, size_t i, const char* pCountry) {
 
 TEST(Keyed, EncryptsWhatValidationAcceptsIntoValidDistinctValuesThatDecryptBack) {
     const std::vector<Config> configs = {
-        {"FR", {}, false, "", 100000},
+        {"FR", {}},
         {"FR", {"sex,year,month,dept,commune", "", "", ""}, false, "dash"},
         {"FR", {"month", "", "", ""}},
         {"FR", {"dept", "", "", ""}, true, "space"},
         {"FR", {}, true},
-        {"IT", {}, false, "", 100000},
+        {"IT", {}},
         {"IT", {"names,date,region", "", "", ""}, false, "dash"},
         {"IT", {"names", "", "", ""}, true},
-        {"UK", {}, false, "", 100000},
+        {"UK", {}},
         {"UK", {"prefix", "", "5", ""}, false, "space"},
         {"UK", {"prefix", "", "3", ""}, true, "dash"},
-        {"ES", {}, false, "", 100000},
+        {"ES", {}},
         {"ES", {}, false, "dash"},
         {"ES", {}, true, "space"},
-        {"US", {}, false, "", 100000},
+        {"US", {}},
         {"US", {"area", "", "", ""}, false, "dash"},
         {"US", {"area", "", "", ""}, true},
-        {"CA", {}, false, "", 100000},
+        {"CA", {}},
         {"CA", {"head", "", "", ""}, false, "space"},
         {"CA", {"head", "", "", ""}, true},
     };
@@ -106,7 +119,7 @@ TEST(Keyed, EncryptsWhatValidationAcceptsIntoValidDistinctValuesThatDecryptBack)
     for (const Config& c : configs) {
         SCOPED_TRACE(std::string(c.pCountry) + " parts '" + c.named.parts + "' form '" + c.generatedSeparator + "'" +
                      (c.bOfficial ? " official" : ""));
-        const auto generated = RunResolved(Resolve(c, "random", {}, "", c.generatedSeparator), Values(c.iRows));
+        const auto generated = RunResolved(Resolve(c, "random", {}, "", c.generatedSeparator), Values(kRowsAForm));
         Values sources = Outputs(generated);
         for (size_t i = 0; i < sources.size(); ++i) sources[i] = SomeLowerCase(*sources[i], i, c.pCountry);
 
@@ -122,11 +135,9 @@ TEST(Keyed, EncryptsWhatValidationAcceptsIntoValidDistinctValuesThatDecryptBack)
             accepted.push_back(sources[i]);
             ciphertexts.push_back(encrypted.rows[i].output);
         }
-        EXPECT_GT(accepted.size(), c.iRows / 2);
+        EXPECT_GT(accepted.size(), kRowsAForm / 2);
 
-        const std::set<std::optional<std::wstring>> distinctSources(accepted.begin(), accepted.end());
-        const std::set<std::optional<std::wstring>> distinctOutputs(ciphertexts.begin(), ciphertexts.end());
-        EXPECT_EQ(distinctOutputs.size(), distinctSources.size());
+        EXPECT_EQ(DistinctCount(ciphertexts), DistinctCount(accepted));
 
         const auto revalidated = RunResolved(Resolve(c, "mask"), ciphertexts);
         EXPECT_TRUE(revalidated.messages.empty()) << hostkit::ToUtf8(revalidated.messages[0].tokens[0].second);
