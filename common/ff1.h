@@ -22,21 +22,30 @@ struct Ff1Shape {
     uint64_t reciprocalU[2] = {}, reciprocalV[2] = {};  // low and high 64 bits (8-byte aligned)
 };
 
+// A numeral shape prepared under a tweak: the MAC state after P and the
+// tweak's full blocks, XOR the last block's iRest constant bytes (zeros after
+// them), which each round completes with its number and a half. iDomain is
+// the domain of up to 2^62 values it serves (DomainCrypt), or 0.
+struct Ff1Prepared {
+    uint64_t iDomain = 0;
+    const uint8_t* pTweak = nullptr;
+    size_t iTweakBytes = 0;
+    Ff1Shape shape;
+    uint8_t mask[16] = {};
+    size_t iRest = 0;
+};
+
 // A prepared AES key: the key schedule set up once, ECB without padding, and
-// the MAC state of the last numeral shape and tweak used (the blocks that do
-// not change from one encryption to the next). One key serves one thread.
+// the shapes last prepared under it (the blocks that do not change from one
+// encryption to the next): Ff1Crypt's last, and the last domain of each of
+// 64 slots for DomainCrypt (a column whose domain changes from row to row,
+// as the communes of each French department do, meets a few dozen). A tweak
+// is recognised by its address and length. One key serves one thread.
 struct Ff1Key {
     evp_cipher_ctx_st* pCtx = nullptr;
-    struct Prefix {
-        uint32_t radix = 0, n = 0;
-        const uint8_t* pTweak = nullptr;
-        size_t iTweakBytes = 0;
-        uint8_t mask[16] = {};    // the MAC state after P and the tweak's full blocks, XOR the
-        size_t iRest = 0;         //   last block's iRest constant bytes (zeros after them)
-        uint64_t iShapeDomain = 0;  // the last domain DomainCrypt met, and its shape
-        Ff1Shape shape;
-    };
-    mutable Prefix prefix;
+    static constexpr size_t kDomainSlots = 64;
+    mutable Ff1Prepared last;
+    mutable Ff1Prepared domains[kDomainSlots];
 };
 
 // Sets up an AES-128, -192 or -256 key (iKeyBytes 16, 24 or 32). False when
