@@ -75,15 +75,15 @@ TEST(OfficialRules, ValuesBothRuleSetsAcceptMaskTheSame) {
             testsupport::RunRows(plain, std::vector<std::optional<std::wstring>>(kRows), QRNP_METHOD_RANDOM);
         std::vector<std::optional<std::wstring>> values;
         for (const auto& row : generated.rows) values.push_back(row.output);
-        const auto spec = testsupport::RunRows(plain, values);
+        const auto ownRules = testsupport::RunRows(plain, values);
         const auto official = testsupport::RunRows(Official(pCountry), values);
         size_t iBoth = 0;
         for (size_t i = 0; i < kRows; ++i) {
             // (Corsican keys of the provider's rule, seven-digit NIFs and Italian
             // days 00 and 40 are not official values.)
-            if (official.rows[i].iStatus != 0 || spec.rows[i].iStatus != 0) continue;
+            if (official.rows[i].iStatus != 0 || ownRules.rows[i].iStatus != 0) continue;
             ++iBoth;
-            ASSERT_EQ(official.rows[i].output, spec.rows[i].output) << hostkit::ToUtf8(*values[i]);
+            ASSERT_EQ(official.rows[i].output, ownRules.rows[i].output) << hostkit::ToUtf8(*values[i]);
         }
         EXPECT_GT(iBoth, kRows / 20);
     }

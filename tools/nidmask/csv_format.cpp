@@ -46,32 +46,32 @@ bool CsvSource::ReadHeader(std::string* pError) {
     return pError->empty();
 }
 
-long CsvSource::ResolveColumn(const std::string& spec, std::string* pError) const {
+long CsvSource::ResolveColumn(const std::string& given, std::string* pError) const {
     const size_t nFields = bHeader_ ? header_.FieldCount() : 0;
-    if (spec.empty()) return 0;
-    if (spec.find_first_not_of("0123456789") == std::string::npos) {
-        const long iNumber = spec.size() > 9 ? 0 : std::stol(spec);
+    if (given.empty()) return 0;
+    if (given.find_first_not_of("0123456789") == std::string::npos) {
+        const long iNumber = given.size() > 9 ? 0 : std::stol(given);
         if (iNumber < 1) {
-            *pError = "--column " + spec + ": column numbers start at 1";
+            *pError = "--column " + given + ": column numbers start at 1";
             return -1;
         }
         if (bHeader_ && static_cast<size_t>(iNumber) > nFields) {
-            *pError = "--column " + spec + ": the header has " + std::to_string(nFields) + " columns";
+            *pError = "--column " + given + ": the header has " + std::to_string(nFields) + " columns";
             return -1;
         }
         return iNumber - 1;
     }
     if (!bHeader_) {
-        *pError = "--column " + spec + ": the input has no header to find the name in";
+        *pError = "--column " + given + ": the input has no header to find the name in";
         return -1;
     }
     for (size_t i = 0; i < nFields; ++i)
-        if (header_.Value(i) == spec) return static_cast<long>(i);
+        if (header_.Value(i) == given) return static_cast<long>(i);
     long iFound = -1;
     for (size_t i = 0; i < nFields; ++i) {
-        if (Lower(header_.Value(i)) != Lower(spec)) continue;
+        if (Lower(header_.Value(i)) != Lower(given)) continue;
         if (iFound >= 0) {
-            *pError = "--column " + spec + ": the header has several columns of that name in other cases";
+            *pError = "--column " + given + ": the header has several columns of that name in other cases";
             return -1;
         }
         iFound = static_cast<long>(i);
@@ -81,9 +81,9 @@ long CsvSource::ResolveColumn(const std::string& spec, std::string* pError) cons
     size_t iNearest = 0;
     for (size_t i = 0; i < nFields; ++i) {
         names += (i == 0 ? "" : ", ") + std::string(header_.Value(i));
-        if (Distance(header_.Value(i), spec) < Distance(header_.Value(iNearest), spec)) iNearest = i;
+        if (Distance(header_.Value(i), given) < Distance(header_.Value(iNearest), given)) iNearest = i;
     }
-    *pError = "--column " + spec + ": the header has no such column (it has " + names + ")";
+    *pError = "--column " + given + ": the header has no such column (it has " + names + ")";
     if (nFields > 0) *pError += "; did you mean " + std::string(header_.Value(iNearest)) + "?";
     return -1;
 }

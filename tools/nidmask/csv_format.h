@@ -42,7 +42,7 @@ public:
     // The 0-based index of a column given by header name (exact, else
     // ignoring ASCII case) or 1-based number. -1 with a message naming the
     // header's columns and the nearest name.
-    long ResolveColumn(const std::string& spec, std::string* pError) const;
+    long ResolveColumn(const std::string& given, std::string* pError) const;
 
     // Usage problems the header shows: a single column whose name holds
     // another delimiter. "" when none.
