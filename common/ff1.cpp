@@ -293,6 +293,7 @@ void Ff1ClearKey(Ff1Key* pKey) {
     pKey->pCtx = nullptr;
     OPENSSL_cleanse(&pKey->last, sizeof pKey->last);
     OPENSSL_cleanse(pKey->domains, sizeof pKey->domains);
+    OPENSSL_cleanse(pKey->older, sizeof pKey->older);
 }
 
 bool Ff1Crypt(const Ff1Key& key, bool bDecrypt, uint32_t radix, const uint16_t* pIn, uint32_t n,
@@ -386,10 +387,17 @@ void DomainCipherShape(uint64_t N, uint32_t* pRadix, uint32_t* pLength) {
 bool DomainCrypt(const DomainCipher& cipher, bool bDecrypt, uint64_t N, uint64_t x, uint64_t* pY, DomainFilter allowed,
                  const void* pContext, uint32_t* piPasses) {
     if (N == 0 || x >= N || N > kLargestDomain) return false;
-    // The domain's shape, prepared, from its slot (or into it).
-    Ff1Prepared& prepared = cipher.pKey->domains[(N * 0x9E3779B97F4A7C15u) >> 58];
-    static_assert(Ff1Key::kDomainSlots == 64, "the slot is the hash's top 6 bits");
-    if (prepared.iDomain != N || prepared.pTweak != cipher.pTweak || prepared.iTweakBytes != cipher.iTweakBytes) {
+    // The domain's shape, prepared, from its set (or into its older way).
+    static_assert(Ff1Key::kDomainSets == 128, "the set is the hash's top 7 bits");
+    const size_t iSet = (N * 0x9E3779B97F4A7C15u) >> 57;
+    Ff1Prepared* const set = cipher.pKey->domains[iSet];
+    const auto Holds = [&](const Ff1Prepared& p) {
+        return p.iDomain == N && p.pTweak == cipher.pTweak && p.iTweakBytes == cipher.iTweakBytes;
+    };
+    uint8_t& iOlder = cipher.pKey->older[iSet];
+    const size_t iWay = Holds(set[0]) ? 0 : Holds(set[1]) ? 1 : iOlder;
+    Ff1Prepared& prepared = set[iWay];
+    if (!Holds(prepared)) {
         uint32_t radix = 0, n = 0;
         Ff1Shape shape;
         DomainCipherShape(N, &radix, &n);
@@ -397,6 +405,7 @@ bool DomainCrypt(const DomainCipher& cipher, bool bDecrypt, uint64_t N, uint64_t
             return false;
         prepared.iDomain = N;
     }
+    iOlder = static_cast<uint8_t>(1 - iWay);
     const Ff1Shape& shape = prepared.shape;
     uint64_t value = x;
     uint32_t iPasses = 0;

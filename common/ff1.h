@@ -37,15 +37,17 @@ struct Ff1Prepared {
 
 // A prepared AES key: the key schedule set up once, ECB without padding, and
 // the shapes last prepared under it (the blocks that do not change from one
-// encryption to the next): Ff1Crypt's last, and the last domain of each of
-// 64 slots for DomainCrypt (a column whose domain changes from row to row,
-// as the communes of each French department do, meets a few dozen). A tweak
-// is recognised by its address and length. One key serves one thread.
+// encryption to the next): Ff1Crypt's last, and for DomainCrypt the last two
+// domains of each of 128 sets (a column whose domain changes from row to
+// row, as the communes of each French department do, meets about a hundred).
+// A tweak is recognised by its address and length. One key serves one
+// thread.
 struct Ff1Key {
     evp_cipher_ctx_st* pCtx = nullptr;
-    static constexpr size_t kDomainSlots = 64;
+    static constexpr size_t kDomainSets = 128;
     mutable Ff1Prepared last;
-    mutable Ff1Prepared domains[kDomainSlots];
+    mutable Ff1Prepared domains[kDomainSets][2];
+    mutable uint8_t older[kDomainSets] = {};  // the way of each set to replace next
 };
 
 // Sets up an AES-128, -192 or -256 key (iKeyBytes 16, 24 or 32). False when

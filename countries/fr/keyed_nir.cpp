@@ -86,6 +86,22 @@ int32_t DeptRowOf(const wchar_t* s) {
     return ReadField(s, FR_POS_DEPT, 2);
 }
 
+// The key of the 13 characters written, 97 - (n mod 97), with Corsica read
+// as InseeKey reads it ("20"), or under the official rules as
+// OfficialInseeKey does (2A "19", 2B "18"): the same key, without their
+// conversion of a text this function wrote itself.
+int32_t KeyOf(const wchar_t* p, int32_t iRow, bool bOfficial) {
+    const bool bCorsica = iRow == FR_DEPT_2A || iRow == FR_DEPT_2B;
+    uint64_t n = 0;
+    for (int32_t i = 0; i < FR_INSEE_KEYED_LEN; ++i) {
+        int32_t iDigit = p[i] - L'0';
+        if (bCorsica && i == FR_POS_DEPT) iDigit = bOfficial ? 1 : 2;
+        if (bCorsica && i == FR_POS_DEPT + 1) iDigit = !bOfficial ? 0 : iRow == FR_DEPT_2A ? 9 : 8;
+        n = n * 10 + static_cast<uint64_t>(iDigit);
+    }
+    return static_cast<int32_t>(97 - n % 97);
+}
+
 // How the place (department and commune) is encrypted.
 enum class Place { Kept, Commune, DeptAndCommune };
 
@@ -158,10 +174,6 @@ uint32_t KeyedNIR(RowContext& ctx, const wchar_t* pIn, bool bDecrypt, wchar_t* p
     if (f & FR_FLAG_YEAR) PutDigits(pOut + FR_POS_YEAR, static_cast<int32_t>(domain.Pop(kYears)), 2);
     if (f & FR_FLAG_SEX) pOut[FR_POS_SEX] = kSexes[domain.Pop(kSexes.size())];
 
-    int32_t iKey = 0;
-    const bool bCorsica = iNewRow == FR_DEPT_2A || iNewRow == FR_DEPT_2B;
-    if ((bOfficial ? OfficialInseeKey(pOut, iNewRow, &iKey) : InseeKey(pOut, bCorsica, &iKey)) != 0)
-        return ReportRowError(ctx, QRNP_MSG_SOURCE_CONVERSION, "Error in source conversion", {RowToken::Country});
-    PutDigits(pOut + FR_POS_KEY, iKey, 2);
+    PutDigits(pOut + FR_POS_KEY, KeyOf(pOut, iNewRow, bOfficial), 2);
     return 0;
 }
