@@ -53,8 +53,8 @@ std::vector<hostkit::CellValue> Cells(const std::vector<std::wstring>& texts) {
 std::vector<std::wstring> GenerateIdentifiers(const Setup& setup, int count) {
     // Made by the random method, kept when full validation accepts them: a
     // generator may write numbers that masking refuses (an Italian day 00).
-    Setup random{setup.country, setup.sDataType, QRNP_METHOD_RANDOM, 0, {}};
-    Setup check{setup.country, setup.sDataType, QRNP_METHOD_MASK, QRNP_PROC_VALIDATE_FULLY, {}};
+    Setup random{setup.country, setup.sDataType, QRNP_METHOD_RANDOM, 0, setup.sourceOperands};
+    Setup check{setup.country, setup.sDataType, QRNP_METHOD_MASK, QRNP_PROC_VALIDATE_FULLY, setup.sourceOperands};
     auto generator = ReadyInstance(random);
     auto checker = ReadyInstance(check);
     if (generator == nullptr || checker == nullptr) return {};
@@ -83,6 +83,13 @@ std::vector<std::wstring> GenerateIdentifiers(const Setup& setup, int count) {
     hostkit::TerminateInstance(*generator);
     hostkit::TerminateInstance(*checker);
     return identifiers;
+}
+
+Operands KeyOperands() {
+    Operands operands;
+    for (uint16_t i = 0; i < 16; ++i) operands.emplace_back(QRNP_OPR_KEY_FIRST + i, 0x1234u * (i + 1) & 0xFFFFu);
+    for (uint16_t i = 0; i < 8; ++i) operands.emplace_back(QRNP_OPR_TWEAK_FIRST + i, 0x4321u * (i + 3) & 0xFFFFu);
+    return operands;
 }
 
 void ResetTaken(hostkit::Batch& batch) {

@@ -52,7 +52,14 @@ struct Setup {
     uint16_t sMethod = QRNP_METHOD_MASK;
     uint16_t sProcFlags = 0;
     Operands operands;
+    // Operands the identifiers it is served are generated and checked under
+    // (e.g. the official rules, a US area table); none by default.
+    Operands sourceOperands = {};
 };
+
+// The benchmarks' fixed key (operands 0x1901-0x1910) and tweak digest
+// (0x1911-0x1918).
+Operands KeyOperands();
 
 // The instance options for a set-up: separate destination, a column wide
 // enough for every country's separated form.
@@ -68,7 +75,9 @@ bool Serves(const std::string& country);
 // `count` valid identifiers for the set-up's country and column type
 // (decimal digits for a numeric column): made by the random method in
 // rowsets of kRowsPerRowset, kept when masking with full validation accepts
-// them. Empty when generation fails.
+// them, both under the set-up's source operands. Empty when generation
+// fails. (A US area table is chosen by the process's first random and first
+// masking call: a set-up with another table needs a process of its own.)
 std::vector<std::wstring> GenerateIdentifiers(const Setup& setup, int count);
 
 // NULL cells: what the random method is served with (it reads no source).

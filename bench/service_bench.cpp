@@ -94,14 +94,6 @@ void ServeRowsets(benchmark::State& state, const ServiceCase& c) {
     state.counters["rows_per_s"] = benchmark::Counter(static_cast<double>(rows), benchmark::Counter::kIsRate);
 }
 
-// A fixed key (operands 0x1901-0x1910) and tweak digest (0x1911-0x1918).
-bench::Operands KeyOperands() {
-    bench::Operands operands;
-    for (uint16_t i = 0; i < 16; ++i) operands.emplace_back(QRNP_OPR_KEY_FIRST + i, 0x1234u * (i + 1) & 0xFFFFu);
-    for (uint16_t i = 0; i < 8; ++i) operands.emplace_back(QRNP_OPR_TWEAK_FIRST + i, 0x4321u * (i + 3) & 0xFFFFu);
-    return operands;
-}
-
 void Register(const std::string& name, const ServiceCase& c) {
     auto* pBenchmark = benchmark::RegisterBenchmark(
         name.c_str(), [c](benchmark::State& state) { ServeRowsets(state, c); });
@@ -128,7 +120,7 @@ void RegisterCountry(const bench::BenchCountry& country) {
                 // Keyed methods: the default parts and every part, under a 256-bit key and a tweak.
                 for (const uint16_t sMethod : {QRNP_METHOD_ENCRYPT, QRNP_METHOD_DECRYPT}) {
                     const std::string name = sMethod == QRNP_METHOD_ENCRYPT ? "Encrypt" : "Decrypt";
-                    bench::Operands keyed = KeyOperands();
+                    bench::Operands keyed = bench::KeyOperands();
                     Register(name + suffix, {{country.pCode, sDataType, sMethod, 0, keyed}, false});
                     keyed.insert(keyed.end(), country.allParts.begin(), country.allParts.end());
                     Register(name + "AllParts" + suffix, {{country.pCode, sDataType, sMethod, 0, keyed}, false});

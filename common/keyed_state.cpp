@@ -71,6 +71,7 @@ void ReleaseKeyedState(NidCtrlBlk* pNidCtrlBlk) {
     KeyedState* pState = KeyedStateOf(pNidCtrlBlk);
     if (pState == nullptr) return;
     Ff1ClearKey(&pState->key);
+    if (pState->pSmallRounds != nullptr) OPENSSL_cleanse(pState->pSmallRounds, sizeof *pState->pSmallRounds);
     if (pState->small.pForward != nullptr)
         OPENSSL_cleanse(pState->small.pForward, 2 * pState->small.iDomain * sizeof(uint32_t));
     OPENSSL_cleanse(pState, sizeof *pState);

@@ -11,8 +11,9 @@
 
 // A domain too small for FF1 on its own (below 10^6 values, each value
 // walks through about 10^6 / N numerals) is served from a table of its
-// permutation once the walks have cost as much as the table does: one pass
-// over the 10^6 numerals. At most twice the least work, whatever the rows.
+// permutation once the walks have cost as much as the table does (about a
+// quarter of a pass over the 10^6 numerals, see KeyedPermute). At most twice
+// the least work, whatever the rows.
 struct SmallDomainTable {
     uint64_t iDomain = 0;     // the small domain counted or tabled
     uint64_t iPasses = 0;     // FF1 passes its values have cost so far
@@ -23,6 +24,11 @@ struct KeyedState {
     Ff1Key key;
     uint8_t tweak[16];
     size_t iTweakBytes;     // 16, or 0 without a tweak
+    // FF1's round function for domains of up to 10^6 values (instance heap),
+    // filled when the instance first meets one (tried once): their passes,
+    // and so their walks, cost a small part of a pass through AES.
+    Ff1RoundTable* pSmallRounds = nullptr;
+    bool bSmallRoundsTried = false;
     SmallDomainTable small;
 };
 

@@ -208,8 +208,8 @@ uint32_t CheckLayout(RowContext& ctx) {
 }
 
 // Writes the identifier of the new digits in the source's form (NIF or NIE
-// of the same letter) with their control letter.
-void WriteNewNumber(RowContext& ctx, const int16_t* pNewDigits, int16_t iCount) {
+// of the same letter) with their control letter, separated by `sep` (0: none).
+void WriteNewNumber(RowContext& ctx, const int16_t* pNewDigits, int16_t iCount, wchar_t sep) {
     wchar_t digits[ES_DIGITS_LONG];
     uint64_t n = 0;
     for (int16_t i = 0; i < iCount; ++i) {
@@ -221,8 +221,7 @@ void WriteNewNumber(RowContext& ctx, const int16_t* pNewDigits, int16_t iCount) 
     const int64_t iNie = ctx.lScratch[kIsNIE];
     const uint64_t lLetterNumber = iNie > 1 ? static_cast<uint64_t>(iNie - 1) * kNieLetterWeight + n : n;
     const char suffix = ControlLetter(lLetterNumber);
-    AssembleOutput(ctx.pOutBuf, iNie != 0 ? kNieLetters[iNie - 1] : L'\0', digits, iCount, SeparatorOf(ctx.lRowFlags),
-                   suffix);
+    AssembleOutput(ctx.pOutBuf, iNie != 0 ? kNieLetters[iNie - 1] : L'\0', digits, iCount, sep, suffix);
 }
 
 // Masks the digits the layout check found and writes the identifier in the
@@ -232,13 +231,20 @@ uint32_t Mask(RowContext& ctx) {
     const auto iCount = static_cast<int16_t>(ctx.lScratch[kDigitCount]);
     int16_t masked[ES_DIGITS_LONG];
     maskNIF(ctx.pInBuf + ctx.lScratch[kDigitStart], masked, iCount);
-    WriteNewNumber(ctx, masked, iCount);
+    WriteNewNumber(ctx, masked, iCount, SeparatorOf(ctx.lRowFlags));
     TRC_EXIT(kComponent, "Mask", 0);
     return 0;
 }
 
 // Keyed encryption and decryption: the digits as one number of 10^7 or 10^8
 // values; the NIE letter and the letters' case are kept.
+//
+// Every result passes full validation and decrypts back, so it is written
+// in a form validation accepts: the provider's own rules know an eight-digit
+// NIF only without separator (12345678Z; masking writes 12345678-Z when a
+// separator is asked for, a form they refuse), so such a NIF is written
+// compact whatever the separator option says. The official rules accept it
+// with a separator too.
 uint32_t Keyed(RowContext& ctx, bool bDecrypt) {
     const auto iCount = static_cast<int16_t>(ctx.lScratch[kDigitCount]);
     const wchar_t* pDigits = ctx.pInBuf + ctx.lScratch[kDigitStart];
@@ -247,7 +253,9 @@ uint32_t Keyed(RowContext& ctx, bool bDecrypt) {
     if (const uint32_t iCode = KeyedPermute(ctx, bDecrypt, &domain); iCode != 0) return iCode;
     int16_t digits[ES_DIGITS_LONG];
     for (int16_t i = iCount; i-- > 0;) digits[i] = static_cast<int16_t>(domain.Pop(10));
-    WriteNewNumber(ctx, digits, iCount);
+    const bool bCompactOnly = iCount == ES_DIGITS_LONG && ctx.lScratch[kIsNIE] == 0 && !OfficialRules(ctx);
+    const wchar_t sep = bCompactOnly ? L'\0' : SeparatorOf(ctx.lRowFlags);
+    WriteNewNumber(ctx, digits, iCount, sep);
 
     // A result in the source's separator keeps its layout too (an NIE with
     // one separator, before its control letter, keeps just that one), so
@@ -257,7 +265,7 @@ uint32_t Keyed(RowContext& ctx, bool bDecrypt) {
     const int32_t iStart = static_cast<int32_t>(ctx.lScratch[kDigitStart]);
     const wchar_t sourceSep = iStart == 2 ? s[1] : iStart + iCount < L - 1 ? s[L - 2] : L'\0';
     wchar_t* pOut = ctx.pOutBuf;
-    if (sourceSep == SeparatorOf(ctx.lRowFlags)) {
+    if (sourceSep == sep) {
         const wchar_t letter = pOut[std::wcslen(pOut) - 1];
         for (int32_t i = 0; i < L; ++i) pOut[i] = s[i];
         for (int16_t i = 0; i < iCount; ++i) pOut[iStart + i] = static_cast<wchar_t>(L'0' + digits[i]);

@@ -106,6 +106,39 @@ uint32_t OfficialInseeKey(const wchar_t* pThirteen, int32_t iDept, int32_t* piKe
     return InseeKey(digits, false, piKey);
 }
 
+// The overseas departments are 971 Guadeloupe, 972 Martinique, 973 Guyane,
+// 974 La Réunion, 975 Saint-Pierre-et-Miquelon, 976 Mayotte, 977
+// Saint-Barthélemy and 978 Saint-Martin: the third digit of the department
+// is 1-8 (970 and 979 were never departments), and the two digits after it
+// are a commune 01-99 (no commune is numbered 00).
+namespace {
+
+constexpr int32_t kOfficialCommunes = 999;
+constexpr int32_t kOverseasDepts = 8;          // 971-978
+constexpr int32_t kOverseasCommunes = 99;      // 01-99 in each
+
+}  // namespace
+
+bool OfficialCommuneIsValid(int32_t iDept, int32_t iCommune) {
+    if (iDept != FR_DEPT_OVERSEAS) return iCommune >= 1 && iCommune <= kOfficialCommunes;
+    const int32_t iThird = iCommune / 100, iNumber = iCommune % 100;
+    return iThird >= 1 && iThird <= kOverseasDepts && iNumber >= 1;
+}
+
+int32_t OfficialCommuneCount(int32_t iDept) {
+    return iDept == FR_DEPT_OVERSEAS ? kOverseasDepts * kOverseasCommunes : kOfficialCommunes;
+}
+
+int32_t OfficialCommuneIndex(int32_t iDept, int32_t iCommune) {
+    if (iDept != FR_DEPT_OVERSEAS) return iCommune - 1;
+    return (iCommune / 100 - 1) * kOverseasCommunes + iCommune % 100 - 1;
+}
+
+int32_t OfficialCommuneAt(int32_t iDept, int32_t iIndex) {
+    if (iDept != FR_DEPT_OVERSEAS) return iIndex + 1;
+    return (iIndex / kOverseasCommunes + 1) * 100 + iIndex % kOverseasCommunes + 1;
+}
+
 int CompareCommunes(const void* a, const void* b) {
     TRC_ENTRY(kComp, "CompareCommunes");
     const int iResult = CommuneDifference(a, b);

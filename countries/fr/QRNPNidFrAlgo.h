@@ -38,6 +38,18 @@ bool IsBirthCountry(int32_t iCode);
 // commune table numbers it (FR_DEPT_2A, FR_DEPT_2B, or its number).
 uint32_t OfficialInseeKey(const wchar_t* pThirteen, int32_t iDept, int32_t* piKey);
 
+// The commune codes the official rules accept in department row iDept (not
+// 96 or 99): any of 001-999 (people keep the code of the commune they were
+// born in, whenever it existed), but in row 97 only the overseas departments
+// that exist, 971-978, each with communes 01-99 (see the .cpp).
+// OfficialCommuneCount is their number, OfficialCommuneIndex the place of
+// a valid commune among them (0 first), OfficialCommuneAt the commune at a
+// place.
+bool OfficialCommuneIsValid(int32_t iDept, int32_t iCommune);
+int32_t OfficialCommuneCount(int32_t iDept);
+int32_t OfficialCommuneIndex(int32_t iDept, int32_t iCommune);
+int32_t OfficialCommuneAt(int32_t iDept, int32_t iIndex);
+
 // bsearch comparison of two commune numbers: reads both as int16_t and
 // returns a - b.
 int CompareCommunes(const void* a, const void* b);

@@ -29,6 +29,7 @@ inline constexpr int32_t FR_DEPT_2A = 20;
 inline constexpr int32_t FR_DEPT_2B = 0;
 inline constexpr int32_t FR_DEPT_NONE = 96;     // no communes
 inline constexpr int32_t FR_DEPT_ROWS = 98;
+inline constexpr int32_t FR_DEPT_OVERSEAS = 97;  // 971...: the department's third digit opens the commune field
 inline constexpr int32_t FR_DEPT_ABROAD = 99;   // official rules: born abroad, the commune is a country
 
 // The compact form, positions from 0.

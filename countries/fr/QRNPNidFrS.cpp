@@ -87,10 +87,10 @@ uint32_t CheckLayout(RowContext& ctx) {
     int32_t iCommune = 0;
     ReadDigits(s, FR_POS_COMMUNE, 3, &iCommune);
     // Under the official rules a commune is any code 001-999 (people keep the
-    // code of the commune they were born in, whenever it existed), and a
-    // country of birth one of the list.
+    // code of the commune they were born in, whenever it existed) of an
+    // existing department, and a country of birth one of the list.
     const bool bCommune = iDept == FR_DEPT_ABROAD ? IsBirthCountry(iCommune)
-                          : bOfficial             ? iCommune >= 1
+                          : bOfficial             ? OfficialCommuneIsValid(iDept, iCommune)
                                                   : CommuneIsValid(iDept, iCommune);
     if (!bCommune) return ReportRowError(ctx, QRNP_MSG_FR_INVALID_COMMUNE, "Invalid commune", {RowToken::Value});
 

@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::wstring_view kSexes = L"1278";
 constexpr uint64_t kYears = 100, kMonths = 12, kOrders = 1000;
-constexpr int32_t kOfficialCommunes = 999;  // 001-999
 constexpr int32_t kDeptRowCount = FR_DEPT_ROWS - 1;  // every row but the one without communes
 
 // The department rows in order: 0 ("2B") to 95, then 97.
@@ -42,14 +41,28 @@ int32_t CommuneAt(int32_t iRow, int32_t iIndex) {
     return iIndex + 1 + iSkipped;
 }
 
-// The communes in use of the rows before each department slot.
-const std::array<int32_t, kDeptRowCount + 1>& CommunesBefore() {
-    static const auto kBefore = [] {
-        std::array<int32_t, kDeptRowCount + 1> before{};
-        for (int32_t i = 0; i < kDeptRowCount; ++i) before[i + 1] = before[i] + CommuneCount(RowOfSlot(i));
+// The communes a row may hold: those in use, or under the official rules
+// the official codes; their number, a commune's place among them and back.
+int32_t Communes(bool bOfficial, int32_t iRow) {
+    return bOfficial ? OfficialCommuneCount(iRow) : CommuneCount(iRow);
+}
+int32_t PlaceOfCommune(bool bOfficial, int32_t iRow, int32_t iCommune) {
+    return bOfficial ? OfficialCommuneIndex(iRow, iCommune) : CommuneIndex(iRow, iCommune);
+}
+int32_t CommuneOfPlace(bool bOfficial, int32_t iRow, int32_t iIndex) {
+    return bOfficial ? OfficialCommuneAt(iRow, iIndex) : CommuneAt(iRow, iIndex);
+}
+
+// The communes of the rows before each department slot (in use, or official).
+using CommunesBeforeSlots = std::array<int32_t, kDeptRowCount + 1>;
+const CommunesBeforeSlots& CommunesBefore(bool bOfficial) {
+    static const auto Make = [](bool bOfficialRules) {
+        CommunesBeforeSlots before{};
+        for (int32_t i = 0; i < kDeptRowCount; ++i) before[i + 1] = before[i] + Communes(bOfficialRules, RowOfSlot(i));
         return before;
-    }();
-    return kBefore;
+    };
+    static const CommunesBeforeSlots kInUse = Make(false), kOfficial = Make(true);
+    return bOfficial ? kOfficial : kInUse;
 }
 
 int32_t ReadField(const wchar_t* s, int32_t iStart, int32_t iDigits) {
@@ -73,6 +86,22 @@ int32_t DeptRowOf(const wchar_t* s) {
     return ReadField(s, FR_POS_DEPT, 2);
 }
 
+// The key of the 13 characters written, 97 - (n mod 97), with Corsica read
+// as InseeKey reads it ("20"), or under the official rules as
+// OfficialInseeKey does (2A "19", 2B "18"): the same key, without their
+// conversion of a text this function wrote itself.
+int32_t KeyOf(const wchar_t* p, int32_t iRow, bool bOfficial) {
+    const bool bCorsica = iRow == FR_DEPT_2A || iRow == FR_DEPT_2B;
+    uint64_t n = 0;
+    for (int32_t i = 0; i < FR_INSEE_KEYED_LEN; ++i) {
+        int32_t iDigit = p[i] - L'0';
+        if (bCorsica && i == FR_POS_DEPT) iDigit = bOfficial ? 1 : 2;
+        if (bCorsica && i == FR_POS_DEPT + 1) iDigit = !bOfficial ? 0 : iRow == FR_DEPT_2A ? 9 : 8;
+        n = n * 10 + static_cast<uint64_t>(iDigit);
+    }
+    return static_cast<int32_t>(97 - n % 97);
+}
+
 // How the place (department and commune) is encrypted.
 enum class Place { Kept, Commune, DeptAndCommune };
 
@@ -87,21 +116,21 @@ uint32_t KeyedNIR(RowContext& ctx, const wchar_t* pIn, bool bDecrypt, wchar_t* p
     const Place place = (f & FR_FLAG_DEPT) != 0 && !bAbroad ? Place::DeptAndCommune
                         : (f & FR_FLAG_COMMUNE) != 0        ? Place::Commune
                                                             : Place::Kept;
-    // The place's index and count: a country of birth abroad; any number of
-    // every department under the official rules; else the communes in use.
+    // The place's index and count: a country of birth abroad; else the
+    // communes in use, or under the official rules the official codes of
+    // every existing department.
     uint64_t iPlace = 0, iPlaces = 1;
+    const CommunesBeforeSlots& before = CommunesBefore(bOfficial);
     if (bAbroad) {
         iPlace = static_cast<uint64_t>(std::lower_bound(FR_BIRTH_COUNTRIES, FR_BIRTH_COUNTRIES + FR_BIRTH_COUNTRY_COUNT,
                                                         iCommune) - FR_BIRTH_COUNTRIES);
         iPlaces = FR_BIRTH_COUNTRY_COUNT;
     } else if (place == Place::DeptAndCommune) {
-        iPlace = bOfficial ? static_cast<uint64_t>(SlotOfRow(iRow)) * kOfficialCommunes + (iCommune - 1)
-                           : static_cast<uint64_t>(CommunesBefore()[SlotOfRow(iRow)] + CommuneIndex(iRow, iCommune));
-        iPlaces = bOfficial ? static_cast<uint64_t>(kDeptRowCount) * kOfficialCommunes
-                            : static_cast<uint64_t>(CommunesBefore().back());
+        iPlace = static_cast<uint64_t>(before[SlotOfRow(iRow)] + PlaceOfCommune(bOfficial, iRow, iCommune));
+        iPlaces = static_cast<uint64_t>(before.back());
     } else if (place == Place::Commune) {
-        iPlace = static_cast<uint64_t>(bOfficial ? iCommune - 1 : CommuneIndex(iRow, iCommune));
-        iPlaces = static_cast<uint64_t>(bOfficial ? kOfficialCommunes : CommuneCount(iRow));
+        iPlace = static_cast<uint64_t>(PlaceOfCommune(bOfficial, iRow, iCommune));
+        iPlaces = static_cast<uint64_t>(Communes(bOfficial, iRow));
     }
 
     MixedRadix domain;
@@ -121,18 +150,14 @@ uint32_t KeyedNIR(RowContext& ctx, const wchar_t* pIn, bool bDecrypt, wchar_t* p
         int32_t iNewCommune = 0;
         if (bAbroad) {
             iNewCommune = FR_BIRTH_COUNTRIES[iPlace];
-        } else if (place == Place::DeptAndCommune && bOfficial) {
-            iNewRow = RowOfSlot(static_cast<int32_t>(iPlace / kOfficialCommunes));
-            iNewCommune = static_cast<int32_t>(iPlace % kOfficialCommunes) + 1;
         } else if (place == Place::DeptAndCommune) {
-            const auto& before = CommunesBefore();
             const int32_t iSlot =
                 static_cast<int32_t>(std::upper_bound(before.begin(), before.end(), static_cast<int32_t>(iPlace)) -
                                      before.begin()) - 1;
             iNewRow = RowOfSlot(iSlot);
-            iNewCommune = CommuneAt(iNewRow, static_cast<int32_t>(iPlace) - before[iSlot]);
+            iNewCommune = CommuneOfPlace(bOfficial, iNewRow, static_cast<int32_t>(iPlace) - before[iSlot]);
         } else {
-            iNewCommune = bOfficial ? static_cast<int32_t>(iPlace) + 1 : CommuneAt(iRow, static_cast<int32_t>(iPlace));
+            iNewCommune = CommuneOfPlace(bOfficial, iRow, static_cast<int32_t>(iPlace));
         }
         PutDigits(pOut + FR_POS_COMMUNE, iNewCommune, 3);
     }
@@ -149,10 +174,6 @@ uint32_t KeyedNIR(RowContext& ctx, const wchar_t* pIn, bool bDecrypt, wchar_t* p
     if (f & FR_FLAG_YEAR) PutDigits(pOut + FR_POS_YEAR, static_cast<int32_t>(domain.Pop(kYears)), 2);
     if (f & FR_FLAG_SEX) pOut[FR_POS_SEX] = kSexes[domain.Pop(kSexes.size())];
 
-    int32_t iKey = 0;
-    const bool bCorsica = iNewRow == FR_DEPT_2A || iNewRow == FR_DEPT_2B;
-    if ((bOfficial ? OfficialInseeKey(pOut, iNewRow, &iKey) : InseeKey(pOut, bCorsica, &iKey)) != 0)
-        return ReportRowError(ctx, QRNP_MSG_SOURCE_CONVERSION, "Error in source conversion", {RowToken::Country});
-    PutDigits(pOut + FR_POS_KEY, iKey, 2);
+    PutDigits(pOut + FR_POS_KEY, KeyOf(pOut, iNewRow, bOfficial), 2);
     return 0;
 }

@@ -2,8 +2,8 @@
 // the sex, year, month, commune (or department and commune) the parts
 // option selects, are encrypted together; each stays within what full
 // validation accepts: a sex of 1, 2, 7 or 8, a month 01-12, a commune in use
-// in its department (any of 001-999 under the official rules), a department
-// of the commune table. A number of someone born abroad stays one, its
+// in its department (under the official rules any of 001-999, or in 971-978
+// 01-99), a department of the commune table. A number of someone born abroad stays one, its
 // country one of the list. The key is recomputed.
 #ifndef QRNP_COUNTRIES_FR_KEYED_NIR_H
 #define QRNP_COUNTRIES_FR_KEYED_NIR_H

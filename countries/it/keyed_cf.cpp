@@ -32,6 +32,19 @@ const std::vector<int32_t>& CarriedRegionCodes() {
     return kCodes;
 }
 
+// The place of each carried region code (letter index * 1000 + number) in
+// CarriedRegionCodes, looked up instead of searched (a search's branches go
+// astray on every row).
+const std::vector<uint16_t>& CarriedRegionIndex() {
+    static const std::vector<uint16_t> kIndex = [] {
+        const std::vector<int32_t>& codes = CarriedRegionCodes();
+        std::vector<uint16_t> index(26 * 1000, 0);
+        for (size_t i = 0; i < codes.size(); ++i) index[static_cast<size_t>(codes[i])] = static_cast<uint16_t>(i);
+        return index;
+    }();
+    return kIndex;
+}
+
 wchar_t Upper(wchar_t c) { return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - L'a' + L'A') : c; }
 
 void PutDigits(wchar_t* pOut, int32_t iValue, int32_t iDigits) {
@@ -105,11 +118,8 @@ uint32_t KeyedCF(RowContext& ctx, const wchar_t* pIn, bool bDecrypt, wchar_t* pO
         domain.Push(static_cast<uint64_t>(iMonthIndex), kMonths);
         domain.Push(static_cast<uint64_t>(iDay - 1), kDays);
     }
-    if (parts.bRegion) {
-        const auto& codes = CarriedRegionCodes();
-        domain.Push(static_cast<uint64_t>(std::lower_bound(codes.begin(), codes.end(), iRegion) - codes.begin()),
-                    parts.iRegions);
-    }
+    if (parts.bRegion)  // (a carried code: full validation accepted it)
+        domain.Push(CarriedRegionIndex()[static_cast<size_t>(iRegion)], parts.iRegions);
     if (const uint32_t iCode = KeyedPermute(ctx, bDecrypt, &domain, Acceptable, &parts); iCode != 0) return iCode;
 
     const NewFields n = FieldsOf(parts, domain.iValue);

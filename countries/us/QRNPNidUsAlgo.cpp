@@ -111,11 +111,19 @@ int32_t TransposeSerial(int32_t iSerial, int32_t iArea, int32_t iOffset, int32_t
     return iRc;
 }
 
+// The officially issuable areas 001-899 but 666, numbered from 0, and back.
+constexpr int32_t kOfficialAreas = kHighestIssuableArea - 1;
+int32_t OfficialAreaIndex(int32_t iArea) { return iArea - 1 - (iArea > kNeverIssuedArea ? 1 : 0); }
+int32_t OfficialAreaAt(int32_t iIndex) { return iIndex + 1 + (iIndex + 1 >= kNeverIssuedArea ? 1 : 0); }
+
 // A number issued since the 2011 randomization (official rules), or one the
-// table does not know: the area stays, the group moves one step in issuance
-// order (forward in odd areas, back in even ones) within 01-99 and the serial
-// is transposed, as for any area.
-int32_t MaskIssuedSince2011(int32_t iInSsn, int32_t* piOutSsn, bool bValidate) {
+// table does not know: the group moves one step in issuance order (forward
+// in odd areas, back in even ones) within 01-99 and the serial is
+// transposed, as for any area. The area stays, unless it is to be replaced
+// (bReplaceArea): then it moves round the officially issuable areas by 1 to
+// 897 places, as many as the new group and serial say, so the result is
+// derived from the value alone and never keeps its area.
+int32_t MaskIssuedSince2011(int32_t iInSsn, int32_t* piOutSsn, bool bValidate, bool bReplaceArea) {
     const int32_t iArea = iInSsn / 1000000;
     const int32_t iGroup = (iInSsn - iArea * 1000000) / 10000;
     const int32_t iSerial = iInSsn % 10000;
@@ -133,7 +141,13 @@ int32_t MaskIssuedSince2011(int32_t iInSsn, int32_t* piOutSsn, bool bValidate) {
     }
     int32_t iNewSerial = 0;
     if (TransposeSerial(iSerial, iArea, iOffset, &iNewSerial) != 0) return -1;
-    *piOutSsn = iArea * 1000000 + GroupOfRank(iRank) * 10000 + iNewSerial;
+    const int32_t iNewGroup = GroupOfRank(iRank);
+    int32_t iNewArea = iArea;
+    if (bReplaceArea) {
+        const int32_t iStep = 1 + (iNewGroup * 10000 + iNewSerial) % (kOfficialAreas - 1);
+        iNewArea = OfficialAreaAt((OfficialAreaIndex(iArea) + iStep) % kOfficialAreas);
+    }
+    *piOutSsn = iNewArea * 1000000 + iNewGroup * 10000 + iNewSerial;
     return 0;
 }
 
@@ -154,7 +168,8 @@ int32_t MaskWithTable(SsnWorkingTable* pTable, int32_t iInSsn, int32_t* piOutSsn
         const bool bTableKnows =
             iArea <= pTable->NumAreas && pTable->AreaTable[iArea - 1].cCurGroup != 0 &&
             (!bValidate || (iGroupRank >= 1 && iGroupRank <= pTable->AreaTable[iArea - 1].cHighGroup));
-        if (!bTableKnows) return MaskIssuedSince2011(iInSsn, piOutSsn, bValidate);
+        if (!bTableKnows)
+            return MaskIssuedSince2011(iInSsn, piOutSsn, bValidate, (lOptionFlags & US_FLAG_REPLACE_AREA) != 0);
     }
     if (iArea < 1 || iArea > pTable->NumAreas) return QRNP_MSG_US_INVALID_AREA;
     AreaEntry& entry = pTable->AreaTable[iArea - 1];

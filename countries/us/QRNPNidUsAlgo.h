@@ -71,7 +71,10 @@ int32_t RandomSSNIn(SsnWorkingTable* pTable, int32_t* piOutSsn);
 // the group and serial checks; option flag 32 replaces the area by another of
 // its block (then the result draws on rand() and counts up per area). Without
 // flag 32 the result is a deterministic function of the value, the flags and
-// the validation bit. pFldDef and pCtrlBlk are traced only.
+// the validation bit. Under the official rules (US_FLAG_OFFICIAL) a number
+// the table does not know is masked without it, deterministically, its
+// area kept, or with flag 32 moved to another area of 001-899 but 666.
+// pFldDef and pCtrlBlk are traced only.
 // Returns 0; 4554 area 0 or above the highest area in use; 4555 area not in
 // use; 4556 (validating) group 00 or not yet issued in the area; 4557
 // (validating) serial 0000, 078051120 or 457555462; -1 when a digit

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <set>
 
 #include "countries/us/QRNPNidUsAlgo.h"
 #include "masking_settings.h"
@@ -27,8 +26,17 @@ struct Config {
     hostkit::NamedSettings named;  // parts, form, area table; the separator is kept
     bool bOfficial = false;
     std::string generatedSeparator = "";  // the form the sources are generated in
-    size_t iRows = 20000;
 };
+
+// Values a form: 100,000 (about 12 s of CPU for the whole test in the release
+// build). The sanitizers' build (unoptimised) runs ten times slower; what it
+// checks, memory and undefined behaviour, 40,000 values a form exercise as
+// well, in about a minute of CPU (100,000 would take two and a half).
+#if defined(__SANITIZE_ADDRESS__)
+constexpr size_t kRowsAForm = 40000;
+#else
+constexpr size_t kRowsAForm = 100000;
+#endif
 
 hostkit::ResolvedMasking Resolve(const Config& c, const std::string& method, const std::vector<uint8_t>& key = {},
                                  const std::string& tweak = "", const std::string& separator = "keep") {
@@ -57,6 +65,11 @@ Values Outputs(const testsupport::RunResult& result) {
     return outputs;
 }
 
+size_t DistinctCount(Values values) {
+    std::sort(values.begin(), values.end());
+    return static_cast<size_t>(std::unique(values.begin(), values.end()) - values.begin());
+}
+
 // The layout of a value: letters and digits as '#', anything else itself;
 // lower-case letters as 'a'.
 std::wstring Shape(const std::wstring& v) {
@@ -81,23 +94,24 @@ std::wstring SomeLowerCase(std::wstring v, size_t i, const char* pCountry) {
 
 TEST(Keyed, EncryptsWhatValidationAcceptsIntoValidDistinctValuesThatDecryptBack) {
     const std::vector<Config> configs = {
-        {"FR", {}, false, "", 100000},
+        {"FR", {}},
         {"FR", {"sex,year,month,dept,commune", "", "", ""}, false, "dash"},
         {"FR", {"month", "", "", ""}},
         {"FR", {"dept", "", "", ""}, true, "space"},
-        {"IT", {}, false, "", 100000},
+        {"FR", {}, true},
+        {"IT", {}},
         {"IT", {"names,date,region", "", "", ""}, false, "dash"},
         {"IT", {"names", "", "", ""}, true},
-        {"UK", {}, false, "", 100000},
+        {"UK", {}},
         {"UK", {"prefix", "", "5", ""}, false, "space"},
         {"UK", {"prefix", "", "3", ""}, true, "dash"},
-        {"ES", {}, false, "", 100000},
+        {"ES", {}},
         {"ES", {}, false, "dash"},
         {"ES", {}, true, "space"},
-        {"US", {}, false, "", 100000},
+        {"US", {}},
         {"US", {"area", "", "", ""}, false, "dash"},
         {"US", {"area", "", "", ""}, true},
-        {"CA", {}, false, "", 100000},
+        {"CA", {}},
         {"CA", {"head", "", "", ""}, false, "space"},
         {"CA", {"head", "", "", ""}, true},
     };
@@ -105,7 +119,7 @@ TEST(Keyed, EncryptsWhatValidationAcceptsIntoValidDistinctValuesThatDecryptBack)
     for (const Config& c : configs) {
         SCOPED_TRACE(std::string(c.pCountry) + " parts '" + c.named.parts + "' form '" + c.generatedSeparator + "'" +
                      (c.bOfficial ? " official" : ""));
-        const auto generated = RunResolved(Resolve(c, "random", {}, "", c.generatedSeparator), Values(c.iRows));
+        const auto generated = RunResolved(Resolve(c, "random", {}, "", c.generatedSeparator), Values(kRowsAForm));
         Values sources = Outputs(generated);
         for (size_t i = 0; i < sources.size(); ++i) sources[i] = SomeLowerCase(*sources[i], i, c.pCountry);
 
@@ -121,16 +135,58 @@ TEST(Keyed, EncryptsWhatValidationAcceptsIntoValidDistinctValuesThatDecryptBack)
             accepted.push_back(sources[i]);
             ciphertexts.push_back(encrypted.rows[i].output);
         }
-        EXPECT_GT(accepted.size(), c.iRows / 2);
+        EXPECT_GT(accepted.size(), kRowsAForm / 2);
 
-        const std::set<std::optional<std::wstring>> distinctSources(accepted.begin(), accepted.end());
-        const std::set<std::optional<std::wstring>> distinctOutputs(ciphertexts.begin(), ciphertexts.end());
-        EXPECT_EQ(distinctOutputs.size(), distinctSources.size());
+        EXPECT_EQ(DistinctCount(ciphertexts), DistinctCount(accepted));
 
         const auto revalidated = RunResolved(Resolve(c, "mask"), ciphertexts);
         EXPECT_TRUE(revalidated.messages.empty()) << hostkit::ToUtf8(revalidated.messages[0].tokens[0].second);
         const auto decrypted = RunResolved(Resolve(c, "decrypt", key), ciphertexts);
         EXPECT_EQ(Outputs(decrypted), accepted);
+    }
+}
+
+// Whatever separator is asked for, every result passes full validation and
+// decrypts back to its source (written with that separator). A Spanish
+// eight-digit NIF, which the provider's own rules know only compact, is
+// written compact.
+TEST(Keyed, EverySeparatorGivesValuesThatValidateAndDecryptBack) {
+    const std::vector<std::pair<const char*, std::vector<std::string>>> countries = {
+        {"FR", {"none", "dash", "space"}}, {"IT", {"none", "dash", "space"}},
+        {"UK", {"none", "dot", "dash", "space"}}, {"ES", {"none", "dash", "space"}},
+        {"US", {"none", "dot", "dash", "space"}}, {"CA", {"none", "dot", "dash", "space"}},
+    };
+    const std::vector<uint8_t> key = TestKey(6);
+    const auto Alnum = [](const std::optional<std::wstring>& v) {
+        std::wstring text = *v;
+        std::erase_if(text, [](wchar_t c) { return !std::iswalnum(c); });
+        return text;
+    };
+    for (const auto& [pCountry, separators] : countries) {
+        // Spain: eight-digit NIFs and X NIEs too, as the official rules generate them.
+        Values sources = Outputs(RunResolved(Resolve({pCountry, {}}, "random"), Values(3000)));
+        if (std::string(pCountry) == "ES") {
+            const Values official = Outputs(RunResolved(Resolve({pCountry, {}, true}, "random"), Values(3000)));
+            sources.insert(sources.end(), official.begin(), official.end());
+        }
+        const auto validated = RunResolved(Resolve({pCountry, {}}, "mask"), sources);
+        for (const std::string& separator : separators) {
+            SCOPED_TRACE(std::string(pCountry) + " " + separator);
+            const auto encrypted = RunResolved(Resolve({pCountry, {}}, "encrypt", key, "", separator), sources);
+            Values accepted, ciphertexts;
+            for (size_t i = 0; i < sources.size(); ++i) {
+                ASSERT_EQ(encrypted.rows[i].iStatus, validated.rows[i].iStatus) << hostkit::ToUtf8(*sources[i]);
+                if (validated.rows[i].iStatus != 0) continue;
+                accepted.push_back(sources[i]);
+                ciphertexts.push_back(encrypted.rows[i].output);
+            }
+            EXPECT_GT(accepted.size(), sources.size() / 2);
+            const auto revalidated = RunResolved(Resolve({pCountry, {}}, "mask"), ciphertexts);
+            ASSERT_TRUE(revalidated.messages.empty()) << hostkit::ToUtf8(revalidated.messages[0].tokens[0].second);
+            const Values decrypted = Outputs(RunResolved(Resolve({pCountry, {}}, "decrypt", key, "", separator), ciphertexts));
+            for (size_t i = 0; i < accepted.size(); ++i)
+                ASSERT_EQ(Alnum(decrypted[i]), Alnum(accepted[i])) << hostkit::ToUtf8(*accepted[i]);
+        }
     }
 }
 
@@ -165,11 +221,11 @@ TEST(Keyed, ASmallDomainsTableGivesWhatTheWalksGive) {
     const Config ca{"CA", {}};
     const std::vector<uint8_t> key = TestKey(5);
     const Values sources = Outputs(RunResolved(Resolve(ca, "random"), Values(150000)));
-    const Values last(sources.end() - 20000, sources.end());
+    const Values last(sources.end() - 10000, sources.end());
     for (const char* pMethod : {"encrypt", "decrypt"}) {
         SCOPED_TRACE(pMethod);
         const Values all = Outputs(RunResolved(Resolve(ca, pMethod, key), sources));
-        EXPECT_EQ(Values(all.end() - 20000, all.end()), Outputs(RunResolved(Resolve(ca, pMethod, key), last)));
+        EXPECT_EQ(Values(all.end() - 10000, all.end()), Outputs(RunResolved(Resolve(ca, pMethod, key), last)));
     }
 }
 

@@ -43,8 +43,26 @@ TEST(OfficialRules, WhatTheRuleSetAdds) {
         ASSERT_EQ(result.rows[0].iStatus, 0);
         EXPECT_EQ(result.rows[0].output, std::wstring(c.pMasked));
     }
-    // Seven-digit NIFs do not exist under the official rules.
-    EXPECT_EQ(testsupport::RunRows(Official(L"ES"), {L"1234567L"}).rows[0].iStatus, QRNP_MSG_INVALID_LENGTH);
+    // Full validation under the official rules: what they refuse, and
+    // values the provider's own rules do not know that they accept.
+    struct Verdict {
+        const wchar_t* pCountry;
+        const wchar_t* pValue;
+        uint32_t iStatus;
+    };
+    const Verdict verdicts[] = {
+        {L"ES", L"1234567L", QRNP_MSG_INVALID_LENGTH},            // seven-digit NIFs do not exist
+        {L"FR", L"185059700112377", QRNP_MSG_FR_INVALID_COMMUNE},  // 970 is no department
+        {L"FR", L"185059799912313", QRNP_MSG_FR_INVALID_COMMUNE},  // nor is 979
+        {L"FR", L"185059710012317", QRNP_MSG_FR_INVALID_COMMUNE},  // no commune 00 in 971
+        {L"FR", L"185050100012380", QRNP_MSG_FR_INVALID_COMMUNE},  // nor 000 anywhere
+        {L"FR", L"185059780112336", 0},                            // 978 Saint-Martin, commune 01
+        {L"FR", L"185059759912382", 0},                            // 975 Saint-Pierre-et-Miquelon, 99
+        {L"FR", L"185050199912383", 0},                            // any commune code of a department
+    };
+    for (const Verdict& v : verdicts)
+        EXPECT_EQ(testsupport::RunRows(Official(v.pCountry), {std::wstring(v.pValue)}).rows[0].iStatus, v.iStatus)
+            << hostkit::ToUtf8(v.pValue);
 }
 
 TEST(OfficialRules, ValuesBothRuleSetsAcceptMaskTheSame) {

@@ -28,7 +28,7 @@ TEST_F(KeyedTest, KeygenWritesAFreshKeyThatEncryptsAndDecrypts) {
     EXPECT_EQ(decrypted.out, "078051121\n");
 }
 
-TEST_F(KeyedTest, KeyFilesOthersCanReadOrThatHoldNoKeyAreRefused) {
+TEST_F(KeyedTest, KeyFilesOthersCanReachOrThatHoldNoKeyAreRefused) {
     WriteFile(Path("k"), std::string(64, 'a') + "\n");
     WriteFile(Path("short"), "abcd\n");
     ::chmod(Path("short").c_str(), 0600);
@@ -39,8 +39,12 @@ TEST_F(KeyedTest, KeyFilesOthersCanReadOrThatHoldNoKeyAreRefused) {
         const char* pError;
     };
     const Case cases[] = {
-        {0640, "k", "--method encrypt", "can be read by others"},
-        {0604, "k", "--method encrypt", "can be read by others"},
+        {0640, "k", "--method encrypt", "k can be read by its group: chmod 600 k"},
+        {0604, "k", "--method encrypt", "k can be read by others: chmod 600 k"},
+        {0620, "k", "--method encrypt", "k can be written by its group: chmod 600 k"},
+        {0602, "k", "--method decrypt", "k can be written by others: chmod 600 k"},
+        {0666, "k", "--method encrypt", "k can be read and written by its group and by others"},
+        {0614, "k", "--method encrypt", "k can be executed by its group and read by others"},
         {0600, "short", "--method decrypt", "64 hexadecimal"},
         {0600, "missing", "--method encrypt", "missing"},
         {0600, "k", "--method mask", "--key-file"},

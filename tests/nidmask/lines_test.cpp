@@ -36,6 +36,8 @@ TEST_F(LinesTest, RowAccountingAndExitStatus) {
     const std::string valid = "269037511604241";
     const std::string masked = Masked({valid})[0];
     const std::string wrongKey = "269037511604242";  // only a full validation sees it
+    const std::string abroad = "295109912611193";     // born abroad: only the official rules know it
+    WriteFile(Path("official.toml"), "[[rule]]\ncolumn = 1\ncountry = \"FR\"\nofficial = true\n");
     struct Case {
         const char* pName;
         std::vector<std::string> input;
@@ -56,9 +58,14 @@ TEST_F(LinesTest, RowAccountingAndExitStatus) {
         {"wrong key rejected", {wrongKey, valid}, "--validate", {"", masked}, 1},
         {"method from the control block", {valid}, "--method ctrl", {masked}, 0},
         {"unknown control block method", {valid, valid}, "--method ctrl --ctrl-method 0x1409", {"", ""}, 1},
+        {"born abroad, the provider's rules", {abroad, valid}, "--validate", {"", masked}, 1},
+        {"born abroad, --official", {abroad, valid}, "--validate --official", {"293039912546546", masked}, 0},
+        {"born abroad, official = true", {abroad, valid}, "--validate --rules official.toml", {"293039912546546", masked}, 0},
     };
     for (const Case& c : cases) {
-        const RunResult result = Run("--country FR --quiet " + c.args, JoinLines(c.input));
+        // (A rules file names the country itself.)
+        const std::string country = c.args.find("--rules") == std::string::npos ? "--country FR " : "";
+        const RunResult result = Run(country + "--quiet " + c.args, JoinLines(c.input));
         EXPECT_EQ(result.iExit, c.iExit) << c.pName << ": " << result.err;
         EXPECT_EQ(Lines(result.out), c.output) << c.pName;
     }

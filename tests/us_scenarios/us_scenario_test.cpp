@@ -86,6 +86,51 @@ TEST(UsScenario, ReplacedAreasStayInTheirBlockAndCountUp) {
     EXPECT_GT(areas.size(), 20u);
 }
 
+// Under the official rules a number the table does not know (its area, or
+// its group, issued since) is masked without the table: its group and serial
+// as with its area kept, and with option flag 32 in another area of 001-899
+// but 666, the same for the same value.
+TEST(UsScenario, OfficialNumbersTheTableDoesNotKnowMaskWithoutIt) {
+    std::vector<std::optional<std::wstring>> values;
+    for (int a = 1; a <= 899; ++a) {
+        const int8_t cHigh = Table()[a - 1].cHighGroup;
+        if (a == 666 || (cHigh > 0 && IssuanceRank(cHigh) == 99)) continue;  // the table knows group 99
+        wchar_t text[16];
+        swprintf(text, 16, L"%03d-99-%04d", a, 1 + a * 37 % 9999);
+        values.push_back(std::wstring(text));
+    }
+    // (The 2010 table knows group 99 of every area but 666.)
+    if (kTableFlags == 0) {
+        EXPECT_TRUE(values.empty());
+        return;
+    }
+    ASSERT_GT(values.size(), 100u);
+    const auto Official = [](uint32_t iFlagsOption) {
+        hostkit::InstanceOptions options = UnitedStates(QRNP_PROC_VALIDATE_FULLY, iFlagsOption | kTableOption);
+        options.operands.emplace_back(QRNP_OPR_OFFICIAL_RULES, 1);
+        return options;
+    };
+    const auto kept = testsupport::RunRows(Official(0), values);
+    const auto replaced = testsupport::RunRows(Official(US_OPTION_REPLACE_AREA), values);
+    std::vector<std::optional<std::wstring>> outputs;
+    for (size_t i = 0; i < values.size(); ++i) {
+        const std::wstring& source = *values[i];
+        ASSERT_EQ(kept.rows[i].iStatus, 0) << hostkit::ToUtf8(source);
+        ASSERT_EQ(replaced.rows[i].iStatus, 0) << hostkit::ToUtf8(source);
+        const std::wstring& k = *kept.rows[i].output;
+        const std::wstring& r = *replaced.rows[i].output;
+        const int iArea = std::stoi(r.substr(0, 3));
+        EXPECT_EQ(k.substr(0, 3), source.substr(0, 3)) << hostkit::ToUtf8(source);
+        EXPECT_TRUE(iArea >= 1 && iArea <= 899 && iArea != 666 && r.substr(0, 3) != source.substr(0, 3))
+            << hostkit::ToUtf8(source) << " -> " << hostkit::ToUtf8(r);
+        EXPECT_EQ(r.substr(3), k.substr(3)) << hostkit::ToUtf8(source);
+        outputs.push_back(r);
+    }
+    const auto again = testsupport::RunRows(Official(US_OPTION_REPLACE_AREA), values);
+    for (size_t i = 0; i < values.size(); ++i) EXPECT_EQ(again.rows[i].output, outputs[i]);
+    EXPECT_TRUE(testsupport::RunRows(Official(0), outputs).messages.empty());
+}
+
 // The table is chosen by the first call of each function; later flags that
 // name another table change nothing.
 TEST(UsScenario, TheTableIsChosenOnce) {

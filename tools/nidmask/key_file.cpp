@@ -14,6 +14,34 @@
 
 namespace nidmask {
 
+namespace {
+
+// What the permission bits `bits` (read 4, write 2, execute 1) allow, e.g.
+// "read and written".
+std::string Access(mode_t bits) {
+    std::vector<const char*> verbs;
+    if (bits & 4) verbs.push_back("read");
+    if (bits & 2) verbs.push_back("written");
+    if (bits & 1) verbs.push_back("executed");
+    std::string text;
+    for (size_t i = 0; i < verbs.size(); ++i)
+        text += std::string(i == 0 ? "" : i + 1 == verbs.size() ? " and " : ", ") + verbs[i];
+    return text;
+}
+
+// Who besides the owner may do what with a file of this mode, e.g. "read by
+// its group and read and written by others" (some bit of 077 is set).
+std::string OthersAccess(mode_t mode) {
+    const mode_t group = (mode >> 3) & 7, others = mode & 7;
+    if (group == others) return Access(group) + " by its group and by others";
+    std::string text;
+    if (group != 0) text = Access(group) + " by its group";
+    if (others != 0) text += (text.empty() ? "" : " and ") + Access(others) + " by others";
+    return text;
+}
+
+}  // namespace
+
 bool ReadKeyFile(const std::string& path, std::vector<uint8_t>* pKey, std::string* pError) {
     struct stat info {};
     if (stat(path.c_str(), &info) != 0) {
@@ -21,7 +49,7 @@ bool ReadKeyFile(const std::string& path, std::vector<uint8_t>* pKey, std::strin
         return false;
     }
     if ((info.st_mode & 077) != 0) {
-        *pError = path + " can be read by others than its owner: chmod 600 " + path;
+        *pError = path + " can be " + OthersAccess(info.st_mode) + ": chmod 600 " + path;
         return false;
     }
     std::ifstream in(path, std::ios::binary);

@@ -1,5 +1,5 @@
-// Key files: reading one (a file readable by group or others is refused, as
-// ssh refuses private keys), and making one (nidmask keygen).
+// Key files: reading one (a file its group or others may read, write or
+// execute is refused, as ssh refuses such private keys), and making one (nidmask keygen).
 #ifndef NIDMASK_KEY_FILE_H
 #define NIDMASK_KEY_FILE_H
 
