@@ -33,14 +33,10 @@ public:
         if (value_.is_number_integer()) return std::to_string(value_.get<int64_t>());
         return String();
     }
-    std::string OneOf(std::initializer_list<const char*> choices) const {
+    std::string OneOf(const std::vector<std::string>& names) const {
         const std::string value = Text();
-        std::string list;
-        for (const char* pChoice : choices) {
-            if (value == pChoice) return value;
-            list += (list.empty() ? "" : ", ") + std::string(pChoice);
-        }
-        Fail("'" + value + "' is none of " + list);
+        if (const std::string problem = hostkit::NoneOfMessage(value, names); !problem.empty()) Fail(problem);
+        return value;
     }
 
 private:
@@ -62,9 +58,9 @@ const std::map<std::string, OptionKey>& OptionKeys() {
         {"official", [](const KeyReader& k, Target& t) { t.settings.bOfficial = k.Bool(); }},
         {"parts", [](const KeyReader& k, Target& t) { t.settings.named.parts = k.String(); }},
         {"separator",
-         [](const KeyReader& k, Target& t) { t.settings.named.separator = k.OneOf({"keep", "none", "dot", "dash", "space"}); }},
-        {"form", [](const KeyReader& k, Target& t) { t.settings.named.form = k.OneOf({"3", "5"}); }},
-        {"area_table", [](const KeyReader& k, Target& t) { t.settings.named.areaTable = k.OneOf({"2006", "2008", "2010"}); }},
+         [](const KeyReader& k, Target& t) { t.settings.named.separator = k.OneOf(hostkit::kSeparatorNames); }},
+        {"form", [](const KeyReader& k, Target& t) { t.settings.named.form = k.OneOf(hostkit::kFormNames); }},
+        {"area_table", [](const KeyReader& k, Target& t) { t.settings.named.areaTable = k.OneOf(hostkit::kAreaTableNames); }},
         {"on_reject",
          [](const KeyReader& k, Target& t) {
              const std::string value = k.OneOf({"error", "null", "keep"});

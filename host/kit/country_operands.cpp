@@ -91,6 +91,15 @@ bool PartsValue(const CountryKeys& country, const std::string& list, uint32_t* p
 
 }  // namespace
 
+std::string NoneOfMessage(const std::string& value, const std::vector<std::string>& names) {
+    std::string list;
+    for (const std::string& name : names) {
+        if (value == name) return "";
+        list += (list.empty() ? "" : ", ") + name;
+    }
+    return "'" + value + "' is none of " + list;
+}
+
 std::string SwitchCountry(const std::string& countrySwitch) {
     if (countrySwitch.size() < 2) return "";
     std::string code;

@@ -24,6 +24,14 @@ struct NamedSettings {
     std::string areaTable;  // 2006, 2008 or 2010 (United States)
 };
 
+// The names each setting accepts (parts are checked per country).
+inline const std::vector<std::string> kSeparatorNames = {"keep", "none", "dot", "dash", "space"};
+inline const std::vector<std::string> kFormNames = {"3", "5"};
+inline const std::vector<std::string> kAreaTableNames = {"2006", "2008", "2010"};
+
+// "" when `value` is one of `names`, else "'VALUE' is none of A, B, C".
+std::string NoneOfMessage(const std::string& value, const std::vector<std::string>& names);
+
 // The country a switch selects, as the provider reads it (the first two
 // letters in any case): "FR", "IT", "UK", "ES", "US", "CA", or "" for none.
 std::string SwitchCountry(const std::string& countrySwitch);

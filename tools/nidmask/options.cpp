@@ -189,15 +189,15 @@ void AddMasking(CLI::App& app, RawValues& v) {
         ->type_name("LIST");
     app.add_option("--separator", v.rule.masking.named.separator,
                    "separators in the result: keep the source's, none, dot, dash or space (default: the country's)")
-        ->check(OneOf({"keep", "none", "dot", "dash", "space"}))
+        ->check(OneOf(hostkit::kSeparatorNames))
         ->group(kMasking)
         ->type_name("keep|none|dot|dash|space");
     app.add_option("--form", v.rule.masking.named.form, "UK: write the 3-part or the 5-part form")
-        ->check(OneOf({"3", "5"}))
+        ->check(OneOf(hostkit::kFormNames))
         ->group(kMasking)
         ->type_name("3|5");
     app.add_option("--area-table", v.rule.masking.named.areaTable, "US: the table of areas in use")
-        ->check(OneOf({"2006", "2008", "2010"}))
+        ->check(OneOf(hostkit::kAreaTableNames))
         ->group(kMasking)
         ->type_name("2006|2008|2010");
     app.add_flag("--validate", v.rule.masking.bValidate, "validate fully (check characters, communes, areas) before masking")

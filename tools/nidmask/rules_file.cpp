@@ -54,14 +54,10 @@ public:
             Fail("must be between " + std::to_string(iMin) + " and " + std::to_string(iMax));
         return p->get();
     }
-    std::string OneOf(std::initializer_list<const char*> choices) const {
+    std::string OneOf(const std::vector<std::string>& names) const {
         const std::string value = Text();
-        std::string list;
-        for (const char* pChoice : choices) {
-            if (value == pChoice) return value;
-            list += (list.empty() ? "" : ", ") + std::string(pChoice);
-        }
-        Fail("'" + value + "' is none of " + list);
+        if (const std::string problem = hostkit::NoneOfMessage(value, names); !problem.empty()) Fail(problem);
+        return value;
     }
     const toml::node& Node() const { return node_; }
 
@@ -97,11 +93,11 @@ const std::map<std::string, RuleKey>& RuleKeys() {
         {"parts", [](const KeyReader& k, ColumnRule& r) { r.masking.named.parts = k.String(); }},
         {"separator",
          [](const KeyReader& k, ColumnRule& r) {
-             r.masking.named.separator = k.OneOf({"keep", "none", "dot", "dash", "space"});
+             r.masking.named.separator = k.OneOf(hostkit::kSeparatorNames);
          }},
-        {"form", [](const KeyReader& k, ColumnRule& r) { r.masking.named.form = k.OneOf({"3", "5"}); }},
+        {"form", [](const KeyReader& k, ColumnRule& r) { r.masking.named.form = k.OneOf(hostkit::kFormNames); }},
         {"area_table",
-         [](const KeyReader& k, ColumnRule& r) { r.masking.named.areaTable = k.OneOf({"2006", "2008", "2010"}); }},
+         [](const KeyReader& k, ColumnRule& r) { r.masking.named.areaTable = k.OneOf(hostkit::kAreaTableNames); }},
         {"type",
          [](const KeyReader& k, ColumnRule& r) {
              int16_t sType = 0;
