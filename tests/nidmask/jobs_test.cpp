@@ -159,12 +159,7 @@ TEST_F(JobsTest, AKilledWorkerFailsTheRunAndLeavesTheOutputAsItWas) {
     std::vector<pid_t> workers;
     const bool bStarted = waitFor([&] { return (workers = ChildrenOf(pid)).size() == 2; });
     // Once chunks were written to the temporary output.
-    const bool bWriting = waitFor([&] {
-        for (const auto& entry : fs::directory_iterator(dir_))
-            if (entry.path().filename().string().find(".nidmask-") != std::string::npos && entry.file_size() > 0)
-                return true;
-        return false;
-    });
+    const bool bWriting = waitFor([&] { return IsWritingOutput(pid, dir_); });
     if (bStarted) kill(workers[0], SIGKILL);
     int status = 0;
     bool bEnded = false;

@@ -176,12 +176,7 @@ TEST_F(LinesTest, InterruptedOutputLeavesNoFile) {
     }
     // Wait until the temporary file has data, then interrupt.
     bool bWriting = false;
-    for (int i = 0; i < 2000 && !bWriting; ++i) {
-        for (const auto& entry : std::filesystem::directory_iterator(dir_))
-            if (entry.path().filename().string().find(".nidmask-") != std::string::npos && entry.file_size() > 0)
-                bWriting = true;
-        if (!bWriting) usleep(2000);
-    }
+    for (int i = 0; i < 2000 && !(bWriting = IsWritingOutput(pid, dir_)); ++i) usleep(2000);
     kill(pid, SIGTERM);
     int status = 0;
     waitpid(pid, &status, 0);

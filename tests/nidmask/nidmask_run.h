@@ -3,6 +3,8 @@
 #ifndef NIDMASK_TESTS_NIDMASK_RUN_H
 #define NIDMASK_TESTS_NIDMASK_RUN_H
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -60,6 +62,30 @@ inline pid_t Start(const std::filesystem::path& dir, const std::string& args) {
         _exit(127);
     }
     return pid;
+}
+
+// True once process `pid` holds open a non-empty output file of `dir` that
+// has no name yet, or a temporary name: a run writing its -o file.
+inline bool IsWritingOutput(pid_t pid, const std::filesystem::path& dir) {
+    std::error_code error;
+    const std::filesystem::path fds = "/proc/" + std::to_string(pid) + "/fd";
+    for (const auto& entry : std::filesystem::directory_iterator(fds, error)) {
+        const std::string target = std::filesystem::read_symlink(entry.path(), error).string();
+        if (target.rfind(dir.string() + "/", 0) != 0) continue;
+        if (target.find(" (deleted)") == std::string::npos && target.find(".nidmask-") == std::string::npos) continue;
+        struct stat info {};
+        if (stat(entry.path().c_str(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) return true;
+    }
+    return false;
+}
+
+// True where `dir`'s file system makes unnamed files (O_TMPFILE): output
+// written there leaves nothing behind even when its run is killed.
+inline bool MakesUnnamedFiles(const std::filesystem::path& dir) {
+    const int fd = open(dir.c_str(), O_TMPFILE | O_WRONLY, 0600);
+    if (fd < 0) return false;
+    close(fd);
+    return true;
 }
 
 // A test with its own scratch directory; Run executes nidmask there.

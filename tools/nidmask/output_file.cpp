@@ -1,5 +1,8 @@
-// Output with write(2); atomic files through mkstemp and rename, removed
-// again if the process is interrupted by SIGINT, SIGTERM or SIGHUP.
+// Output with write(2); atomic files through a temporary file and rename.
+// The temporary file has no name until the run ends (O_TMPFILE), so that a
+// process killed by any signal leaves nothing behind; where the file system
+// cannot do that, it is named from the start (mkstemp) and removed again if
+// the process is interrupted by SIGINT, SIGTERM or SIGHUP.
 #include "output_file.h"
 
 #include <fcntl.h>
@@ -12,6 +15,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <vector>
 
 namespace nidmask {
@@ -41,6 +45,23 @@ void UnwatchTemp() {
 // The umask the process started with, once NarrowUmask has run.
 mode_t g_startUmask = 0;
 bool g_bUmaskNarrowed = false;
+
+// An unnamed file in `dir`, or -1 where the file system cannot make one
+// (or /proc, through which it is named at the end, is not there).
+int OpenUnnamed(const std::string& dir) {
+    if (access("/proc/self/fd", X_OK) != 0) return -1;
+    return open(dir.empty() ? "." : dir.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+}
+
+// Six random letters and digits: a temporary file's name ends with them.
+std::string RandomEnd() {
+    static const char kCharacters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    static std::mt19937 generator{std::random_device{}()};
+    std::uniform_int_distribution<size_t> pick(0, sizeof kCharacters - 2);
+    std::string end;
+    for (int i = 0; i < 6; ++i) end += kCharacters[pick(generator)];
+    return end;
+}
 
 // The mode a new output file gets: 0666 less the umask the process started with.
 mode_t NewFileMode() {
@@ -126,17 +147,24 @@ bool OutputFile::Open(const std::string& path, bool bAtomic, std::string* pError
         const size_t slash = target.rfind('/');
         const std::string dir = slash == std::string::npos ? "" : target.substr(0, slash + 1);
         const std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
-        std::string temp = dir + "." + base + ".nidmask-XXXXXX";
-        std::vector<char> name(temp.begin(), temp.end());
-        name.push_back('\0');
-        fd_ = mkstemp(name.data());  // mode 0600
+        tempPrefix_ = dir + "." + base + ".nidmask-";
+        fd_ = OpenUnnamed(dir);  // mode 0600
+        bUnnamed_ = fd_ >= 0;
+        if (!bUnnamed_) {
+            std::string temp = tempPrefix_ + "XXXXXX";
+            std::vector<char> name(temp.begin(), temp.end());
+            name.push_back('\0');
+            fd_ = mkstemp(name.data());  // mode 0600
+            if (fd_ >= 0) {
+                tempPath_ = name.data();
+                WatchTemp(tempPath_);
+            }
+        }
         if (fd_ >= 0) {
             bAtomic_ = true;
-            tempPath_ = name.data();
             finalPath_ = target;
             finalMode_ = bExists ? info.st_mode & 07777 : NewFileMode();
             if (bExists) finalOwner_ = {info.st_uid, info.st_gid};
-            WatchTemp(tempPath_);
         }
     }
     if (fd_ < 0) {
@@ -210,16 +238,18 @@ bool OutputFile::Flush() {
 
 bool OutputFile::Commit(std::string* pError) {
     if (!bOpen_) return true;
+    const bool bReplaces = bUnnamed_ || !tempPath_.empty();
     bool bOk = Flush();
-    if (bOk && !tempPath_.empty() && fchmod(fd_, finalMode_) != 0) {
+    if (bOk && bReplaces && fchmod(fd_, finalMode_) != 0) {
         error_ = "cannot set the mode of " + path_ + ": " + std::strerror(errno);
         bOk = false;
     }
     // The replaced file's owner and group, where the process may give them
     // (root may; others keep their own, as any program replacing a file).
-    if (bOk && !tempPath_.empty() && finalOwner_) {
+    if (bOk && bReplaces && finalOwner_) {
         if (fchown(fd_, finalOwner_->first, finalOwner_->second) != 0) (void)fchown(fd_, -1, finalOwner_->second);
     }
+    if (bOk && bUnnamed_) bOk = NameUnnamed();
     if (bOk && bOwned_ && close(fd_) != 0) {
         error_ = "cannot write " + path_ + ": " + std::strerror(errno);
         bOk = false;
@@ -243,14 +273,33 @@ bool OutputFile::Commit(std::string* pError) {
     return true;
 }
 
+// Gives the unnamed file a temporary name beside the target (a link cannot
+// replace a file; the rename that follows does).
+bool OutputFile::NameUnnamed() {
+    const std::string self = "/proc/self/fd/" + std::to_string(fd_);
+    for (int iTry = 0; iTry < 100; ++iTry) {
+        const std::string name = tempPrefix_ + RandomEnd();
+        if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+            bUnnamed_ = false;
+            tempPath_ = name;
+            WatchTemp(tempPath_);
+            return true;
+        }
+        if (errno != EEXIST) break;
+    }
+    error_ = "cannot name the output beside " + finalPath_ + ": " + std::strerror(errno);
+    return false;
+}
+
 void OutputFile::Abandon() {
     // What goes straight to its reader was written already as far as the
     // run is concerned: it leaves; a temporary file is removed.
-    if (bOpen_ && tempPath_.empty() && fd_ >= 0) Flush();
+    if (bOpen_ && !bAtomic_ && fd_ >= 0) Flush();
     buffer_.clear();
     if (bOwned_ && fd_ >= 0) close(fd_);
     bOwned_ = false;
     fd_ = -1;
+    bUnnamed_ = false;  // closed: gone
     if (!tempPath_.empty()) {
         unlink(tempPath_.c_str());
         tempPath_.clear();

@@ -71,6 +71,8 @@ public:
 private:
     static constexpr size_t kFlushAt = 1 << 20;
 
+    bool NameUnnamed();
+
     int fd_ = -1;
     bool bOwned_ = false;
     bool bOpen_ = false;
@@ -79,7 +81,9 @@ private:
     bool bNoSplice_ = false;  // splice(2) refused once: read and write instead
     std::string path_;      // the path given, for messages
     std::string finalPath_; // atomic: the file renamed over (a symlink's target)
-    std::string tempPath_;  // atomic: the name written to
+    std::string tempPath_;  // atomic: the temporary file's name, while it has one
+    std::string tempPrefix_;  // atomic: the temporary file's name less its random end
+    bool bUnnamed_ = false;   // atomic: an unnamed file (O_TMPFILE), named only at Commit
     mode_t finalMode_ = 0;  // atomic: the mode the file gets at Commit
     std::optional<std::pair<uid_t, gid_t>> finalOwner_;  // atomic: the replaced file's owner and group
     std::string buffer_;
