@@ -15,13 +15,12 @@ const std::string kSsns = "078051121\n123456789\n000000000\n";
 
 TEST_F(KeyedTest, KeygenWritesAFreshKeyThatEncryptsAndDecrypts) {
     const RunResult first = Run("keygen");
-    const RunResult second = Run("keygen");
     ASSERT_EQ(first.iExit, 0) << first.err;
     EXPECT_TRUE(std::regex_match(first.out, std::regex("[0-9a-f]{64}\n"))) << first.out;
+    // What the shell made for `keygen > FILE` is a key file as it must be, whatever the umask.
+    std::filesystem::rename(Path("stdout"), Path("k"));
+    const RunResult second = Run("keygen");
     EXPECT_NE(first.out, second.out);
-
-    WriteFile(Path("k"), first.out);
-    ::chmod(Path("k").c_str(), 0600);
     const RunResult encrypted = Run("--country US --method encrypt --key-file k -q", "078051121\n");
     ASSERT_EQ(encrypted.iExit, 0) << encrypted.err;
     const RunResult decrypted = Run("--country US --method decrypt --key-file k -q", encrypted.out);

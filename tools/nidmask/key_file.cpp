@@ -3,6 +3,7 @@
 
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -69,6 +70,12 @@ int GenerateKey() {
         std::fputs("nidmask: the system's random source failed\n", stderr);
         return 4;
     }
+    // A file the shell has just made for the key (`nidmask keygen > FILE`)
+    // is closed to group and others before the key goes in, as a key file
+    // must be; anything else (a terminal, a pipe, a file with data) is left.
+    struct stat info {};
+    if (fstat(STDOUT_FILENO, &info) == 0 && S_ISREG(info.st_mode) && info.st_size == 0 && info.st_uid == geteuid())
+        (void)fchmod(STDOUT_FILENO, info.st_mode & 0700);
     for (const uint8_t b : key) std::printf("%02x", b);
     std::printf("\n");
     OPENSSL_cleanse(key, sizeof key);
