@@ -195,6 +195,16 @@ Entry* FindEntry(uint64_t serial) {
     return nullptr;
 }
 
+// The rule's entry for a call on one value, marked as the last used, with
+// the previous call's messages dropped; null when the rule is stale.
+Entry* StartCall(const NidmaskRule& rule) {
+    Entry* pEntry = FindEntry(rule.serial);
+    if (pEntry == nullptr) return nullptr;
+    pEntry->lastUse = ++TheBridge().iClock;
+    TheBridge().messages.clear();
+    return pEntry;
+}
+
 void EvictLeastRecent() {
     Bridge& bridge = TheBridge();
     const auto it = std::min_element(bridge.entries.begin(), bridge.entries.end(),
@@ -388,10 +398,8 @@ NidmaskStatus ServeRow(Entry& entry, bool bNumeric, NidmaskOutcome* pOutcome) {
 }
 
 NidmaskStatus ApplyText(const NidmaskRule& rule, const char* pValue, size_t iLen, NidmaskOutcome* pOutcome) {
-    Entry* pEntry = FindEntry(rule.serial);
+    Entry* pEntry = StartCall(rule);
     if (pEntry == nullptr) return NIDMASK_STALE;
-    pEntry->lastUse = ++TheBridge().iClock;
-    TheBridge().messages.clear();
     hostkit::CellValue& value = pEntry->values[0];
     value.bNull = false;
     if (pEntry->instance->column.sDataType == VARCHAR && iLen + 2 <= kMaxVarcharCell && IsAscii(pValue, iLen)) {
@@ -429,10 +437,8 @@ NidmaskStatus ApplyText(const NidmaskRule& rule, const char* pValue, size_t iLen
 }
 
 NidmaskStatus ApplyNumber(const NidmaskRule& rule, int64_t iValue, NidmaskOutcome* pOutcome) {
-    Entry* pEntry = FindEntry(rule.serial);
+    Entry* pEntry = StartCall(rule);
     if (pEntry == nullptr) return NIDMASK_STALE;
-    pEntry->lastUse = ++TheBridge().iClock;
-    TheBridge().messages.clear();
     hostkit::CellValue& value = pEntry->values[0];
     value.bNull = false;
     if (iValue < 0) {
@@ -451,10 +457,8 @@ NidmaskStatus ApplyNumber(const NidmaskRule& rule, int64_t iValue, NidmaskOutcom
 }
 
 NidmaskStatus Generate(const NidmaskRule& rule, NidmaskOutcome* pOutcome) {
-    Entry* pEntry = FindEntry(rule.serial);
+    Entry* pEntry = StartCall(rule);
     if (pEntry == nullptr) return NIDMASK_STALE;
-    pEntry->lastUse = ++TheBridge().iClock;
-    TheBridge().messages.clear();
     hostkit::CellValue& value = pEntry->values[0];
     value.bNull = true;
     value.bRaw = false;
