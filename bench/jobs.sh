@@ -18,6 +18,7 @@ countries=${COUNTRIES:-"FR IT UK ES US CA"}
 jobs=${JOBS:-2}
 repeat=${REPEAT:-3}
 cd "$(dirname "$0")/.."
+. bench/three_columns.sh
 nidmask="$build/bin/nidmask"
 [ -x "$nidmask" ] || { echo "jobs: $nidmask is not built (make bench-jobs builds it)" >&2; exit 1; }
 [ -x /usr/bin/time ] || { echo "jobs: /usr/bin/time is missing (Debian package: time)" >&2; exit 1; }
@@ -81,21 +82,5 @@ for cc in $countries; do
 done
 
 # Three columns by a rules file (the countries not generated above are generated now).
-for cc in FR US CA; do
-  [ -f "$work/$cc.txt" ] || "$nidmask" -q --country "$cc" --method random --count "$rows" -o "$work/$cc.txt"
-done
-{ echo "id,fr_nir,us_ssn,ca_sin"; paste -d, "$work/FR.txt" "$work/US.txt" "$work/CA.txt" | awk '{ print NR "," $0 }'; } > "$work/in.csv"
-rm -f "$work"/??.txt
-cat > "$work/rules.toml" <<'RULES'
-format = "csv"
-[[rule]]
-column = "fr_nir"
-country = "FR"
-[[rule]]
-column = "us_ssn"
-country = "US"
-[[rule]]
-column = "ca_sin"
-country = "CA"
-RULES
+three_columns "$nidmask" "$rows" "$work"
 measure "CSV rules" "$work/in.csv" --rules "$work/rules.toml"

@@ -10,6 +10,7 @@ set -euo pipefail
 build=${1:-build-bench}
 rows=${ROWS:-10000000}
 cd "$(dirname "$0")/.."
+. bench/three_columns.sh
 nidmask="$build/bin/nidmask"
 [ -x "$nidmask" ] || { echo "rules_e2e: $nidmask is not built (make bench-e2e builds it)" >&2; exit 1; }
 work=$(mktemp -d "${TMPDIR:-/tmp}/nidmask-rules.XXXXXX")
@@ -30,21 +31,7 @@ report() {
 }
 
 echo "records: $rows; nidmask: $nidmask; $(date -u '+%Y-%m-%d %H:%M UTC')"
-for cc in FR US CA; do "$nidmask" -q --country "$cc" --method random --count "$rows" -o "$work/$cc.txt"; done
-{ echo "id,fr_nir,us_ssn,ca_sin"; paste -d, "$work/FR.txt" "$work/US.txt" "$work/CA.txt" | awk '{ print NR "," $0 }'; } > "$work/in.csv"
-rm -f "$work"/??.txt
-cat > "$work/rules.toml" <<'RULES'
-format = "csv"
-[[rule]]
-column = "fr_nir"
-country = "FR"
-[[rule]]
-column = "us_ssn"
-country = "US"
-[[rule]]
-column = "ca_sin"
-country = "CA"
-RULES
+three_columns "$nidmask" "$rows" "$work"
 
 read -r wall cpu rss < <(timed sh -c 'cat "$1" > "$2"' cat "$work/in.csv" "$work/out.csv")
 report "cat (floor)" "$wall" "$cpu" "$rss"
