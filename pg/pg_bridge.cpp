@@ -19,6 +19,7 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+#include <qrnp/qrnp_os.h>
 
 #include "column_types.h"
 #include "host_messages.h"
@@ -168,6 +169,9 @@ bool LoadOnce(const char* pSetting, std::string* pError) {
     } else {
         path = ProviderBesideExtension();
     }
+    // A trace a server is started with (QRNP_TRACE) never shows a value: the
+    // extension has no way to ask for them.
+    KNL_Trace_SetRedaction(1);
     if (!hostkit::LoadProvider(path, &bridge.entryPoints, pError)) return false;
     bridge.bLoaded = true;
     return true;

@@ -4,6 +4,7 @@
 // threads never mix. The file is flushed when it is closed and when the
 // process ends. While no file is open KNL_TraceActive is 0 and every call
 // returns at once.
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -45,6 +46,10 @@ int32_t OpenLocked(TraceFile& trace, const char* pPath) {
     KNL_TraceActive = 1;
     return 0;
 }
+
+// Values written redacted (KNL_Trace_SetRedaction): read while a line is
+// built, outside the lock.
+std::atomic<bool> bRedactValues{false};
 
 // Writes one finished line (a newline is added).
 void WriteLine(std::string& line) {
@@ -108,7 +113,7 @@ void KNL_Trace_RecordDiagnostic(const char* pComponent, const char* pName, int32
     } else {
         qrnp_trace::AppendHead(line, "VAR", pComponent);
         line += ' ';
-        qrnp_trace::AppendVariable(line, pName, iKind, pValue);
+        qrnp_trace::AppendVariable(line, pName, iKind, pValue, bRedactValues.load(std::memory_order_relaxed));
     }
     WriteLine(line);
 }
@@ -122,3 +127,5 @@ int32_t KNL_Trace_SetFile(const char* pPath) {
     }
     return OpenLocked(trace, pPath);
 }
+
+void KNL_Trace_SetRedaction(int32_t bRedact) { bRedactValues.store(bRedact != 0, std::memory_order_relaxed); }

@@ -4,6 +4,8 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
+#include <string_view>
 
 #include <qrnp/qrnp_os.h>
 
@@ -31,9 +33,22 @@ void AppendUtf8(std::string& line, uint32_t c) {
     }
 }
 
-// Appends a number read through pValue with the printf format given, or <NULL>.
+// Appends "[26... 15 characters]" for a value of n characters whose first
+// two are `firstTwo` (shown only when there are more than four).
+void AppendRedacted(std::string& line, std::string_view firstTwo, size_t n) {
+    line += '[';
+    if (n > 4) {
+        line += firstTwo;
+        line += "... ";
+    }
+    line += std::to_string(n);
+    line += n == 1 ? " character]" : " characters]";
+}
+
+// Appends a number read through pValue with the printf format given, or
+// <NULL>; redacted when bRedact and it has five or more digits.
 template <typename T>
-void AppendNumber(std::string& line, const void* pValue, const char* pFormat) {
+void AppendNumber(std::string& line, const void* pValue, const char* pFormat, bool bRedact) {
     if (pValue == nullptr) {
         line += "<NULL>";
         return;
@@ -41,8 +56,30 @@ void AppendNumber(std::string& line, const void* pValue, const char* pFormat) {
     T value;
     std::memcpy(&value, pValue, sizeof value);
     char buf[32];
-    std::snprintf(buf, sizeof buf, pFormat, value);
-    line += buf;
+    const int n = std::snprintf(buf, sizeof buf, pFormat, value);
+    const std::string_view text(buf, n > 0 ? static_cast<size_t>(n) : 0);
+    const size_t nDigits = text.size() - (text.starts_with('-') ? 1 : 0);
+    if (bRedact && nDigits >= 5) {
+        AppendRedacted(line, text.substr(0, 2), text.size());
+    } else {
+        line += text;
+    }
+}
+
+// Appends a string value redacted: its length in characters (bytes for a
+// narrow string), its first two (UTF-8 for a wide string) when it has more
+// than four.
+void AppendRedactedString(std::string& line, int32_t iKind, const void* pValue) {
+    std::string firstTwo;
+    if (iKind == KNL_TRC_STR) {
+        const std::string_view text(static_cast<const char*>(pValue));
+        AppendRedacted(line, text.substr(0, 2), text.size());
+        return;
+    }
+    const auto* pWide = static_cast<const wchar_t*>(pValue);
+    const size_t n = std::wcslen(pWide);
+    if (n > 4) AppendWide(firstTwo, std::wstring(pWide, 2).c_str());
+    AppendRedacted(line, firstTwo, n);
 }
 
 }  // namespace
@@ -65,7 +102,7 @@ void AppendWide(std::string& line, const wchar_t* pText) {
     for (; *pText != 0; ++pText) AppendUtf8(line, static_cast<uint32_t>(*pText));
 }
 
-void AppendVariable(std::string& line, const char* pName, int32_t iKind, const void* pValue) {
+void AppendVariable(std::string& line, const char* pName, int32_t iKind, const void* pValue, bool bRedact) {
     AppendText(line, pName);
     line += '=';
     switch (iKind) {
@@ -73,6 +110,10 @@ void AppendVariable(std::string& line, const char* pName, int32_t iKind, const v
         case KNL_TRC_WSTR:
             if (pValue == nullptr) {
                 line += "<NULL>";
+                return;
+            }
+            if (bRedact) {
+                AppendRedactedString(line, iKind, pValue);
                 return;
             }
             line += '"';
@@ -83,12 +124,12 @@ void AppendVariable(std::string& line, const char* pName, int32_t iKind, const v
             }
             line += '"';
             return;
-        case KNL_TRC_I16: AppendNumber<int16_t>(line, pValue, "%" PRId16); return;
-        case KNL_TRC_U16: AppendNumber<uint16_t>(line, pValue, "%" PRIu16); return;
-        case KNL_TRC_I32: AppendNumber<int32_t>(line, pValue, "%" PRId32); return;
-        case KNL_TRC_U32: AppendNumber<uint32_t>(line, pValue, "%" PRIu32); return;
-        case KNL_TRC_I64: AppendNumber<int64_t>(line, pValue, "%" PRId64); return;
-        case KNL_TRC_U64: AppendNumber<uint64_t>(line, pValue, "%" PRIu64); return;
+        case KNL_TRC_I16: AppendNumber<int16_t>(line, pValue, "%" PRId16, bRedact); return;
+        case KNL_TRC_U16: AppendNumber<uint16_t>(line, pValue, "%" PRIu16, bRedact); return;
+        case KNL_TRC_I32: AppendNumber<int32_t>(line, pValue, "%" PRId32, bRedact); return;
+        case KNL_TRC_U32: AppendNumber<uint32_t>(line, pValue, "%" PRIu32, bRedact); return;
+        case KNL_TRC_I64: AppendNumber<int64_t>(line, pValue, "%" PRId64, bRedact); return;
+        case KNL_TRC_U64: AppendNumber<uint64_t>(line, pValue, "%" PRIu64, bRedact); return;
         case KNL_TRC_PTR: {
             char buf[32];
             std::snprintf(buf, sizeof buf, "0x%" PRIxPTR, reinterpret_cast<uintptr_t>(pValue));

@@ -23,8 +23,10 @@ void AppendText(std::string& line, const char* pText);
 void AppendWide(std::string& line, const wchar_t* pText);
 
 // Appends "name=value" for a traced variable of KNLTraceKind iKind; a kind it
-// does not know is written as "name=<kind N>".
-void AppendVariable(std::string& line, const char* pName, int32_t iKind, const void* pValue);
+// does not know is written as "name=<kind N>". With bRedact a string, or a
+// number of five or more digits, is written as "[26... 15 characters]": its
+// first two characters only when it has more than four.
+void AppendVariable(std::string& line, const char* pName, int32_t iKind, const void* pValue, bool bRedact);
 
 }  // namespace qrnp_trace
 

@@ -72,6 +72,12 @@ QRNP_EXPORT void KNL_Trace_RecordDiagnostic(const char* pComponent, const char* 
 // Test support: open (non-null) or close (null) the trace file now, whatever QRNP_TRACE says.
 QRNP_EXPORT int32_t KNL_Trace_SetFile(const char* pPath);
 
+// Host extension, made by our hosts and never by the provider: non-zero
+// writes every traced string, and every number of five or more digits (no
+// identifier has fewer), as its first two characters and its length, as
+// the hosts' messages show values; 0 (the default) writes values as they are.
+QRNP_EXPORT void KNL_Trace_SetRedaction(int32_t bRedact);
+
 #ifdef __cplusplus
 }
 #endif

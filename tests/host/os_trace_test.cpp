@@ -96,6 +96,42 @@ TEST(Trace, EventsBecomeReadableLines) {
     std::remove(path.c_str());
 }
 
+// Redacted, a string or a number of five or more digits shows its first two
+// characters and its length, as the hosts' messages show values.
+TEST(Trace, RedactionHidesValuesOfFiveOrMoreDigits) {
+    const std::string path = TempPath("trace_redacted");
+    std::remove(path.c_str());
+    const int32_t i4 = 1234, i5 = -12345;
+    const uint64_t u13 = 1850578006084;
+    const struct {
+        const char* pName;
+        int32_t iKind;
+        const void* pValue;
+        const char* pExpected;
+    } cases[] = {
+        {"small", KNL_TRC_I32, &i4, "VAR   Q small=1234"},
+        {"negative", KNL_TRC_I32, &i5, "VAR   Q negative=[-1... 6 characters]"},
+        {"lNumber", KNL_TRC_U64, &u13, "VAR   Q lNumber=[18... 13 characters]"},
+        {"pData", KNL_TRC_PTR, reinterpret_cast<const void*>(0x7f001234abcd), "VAR   Q pData=0x7f001234abcd"},
+        {"pInBuf", KNL_TRC_WSTR, L"269037511604241", "VAR   Q pInBuf=[26... 15 characters]"},
+        {"wide", KNL_TRC_WSTR, L"\u00C9\u00E9abc", "VAR   Q wide=[\xC3\x89\xC3\xA9... 5 characters]"},
+        {"short", KNL_TRC_STR, "NID", "VAR   Q short=[3 characters]"},
+        {"one", KNL_TRC_STR, "A", "VAR   Q one=[1 character]"},
+        {"none", KNL_TRC_WSTR, nullptr, "VAR   Q none=<NULL>"},
+    };
+    ASSERT_EQ(KNL_Trace_SetFile(path.c_str()), 0);
+    KNL_Trace_SetRedaction(1);
+    for (const auto& c : cases) KNL_Trace_RecordDiagnostic("Q", c.pName, c.iKind, c.pValue);
+    KNL_Trace_SetRedaction(0);
+    KNL_Trace_RecordDiagnostic("Q", "again", KNL_TRC_U64, &u13);
+    ASSERT_EQ(KNL_Trace_SetFile(nullptr), 0);
+    std::vector<std::string> expected;
+    for (const auto& c : cases) expected.push_back(c.pExpected);
+    expected.push_back("VAR   Q again=1850578006084");
+    EXPECT_EQ(ReadLines(path), expected);
+    std::remove(path.c_str());
+}
+
 TEST(Trace, UnopenableFileLeavesTracingOff) {
     EXPECT_NE(KNL_Trace_SetFile("/nonexistent-dir/trace.txt"), 0);
     EXPECT_EQ(KNL_TraceActive, 0);

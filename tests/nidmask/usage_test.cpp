@@ -97,6 +97,15 @@ TEST_F(UsageTest, TraceRecordsEveryEntryPoint) {
     EXPECT_EQ(iServices, 3u);
     EXPECT_NE(trace.find("ENTRY QRNPNidS Init"), std::string::npos);
     EXPECT_NE(trace.find("ENTRY QRNPNidS Terminate"), std::string::npos);
+    // Values are redacted in the trace as on standard error, unless asked for.
+    EXPECT_NE(trace.find("inseeInValue=[" + kValidFr[0].substr(0, 2) + "... 15 characters]"), std::string::npos);
+    for (const bool bShow : {false, true}) {
+        const std::string args = std::string("--country FR -q --trace t.txt") + (bShow ? " --show-values" : "");
+        ASSERT_EQ(Run(args, JoinLines(kValidFr)).iExit, 0);
+        const std::string shown = ReadFile(Path("t.txt"));
+        for (const std::string& value : kValidFr)  // the digits before any separator
+            EXPECT_EQ(shown.find(value.substr(0, 13)) != std::string::npos, bShow) << value << (bShow ? " with" : " without");
+    }
 }
 
 }  // namespace

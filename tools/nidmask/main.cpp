@@ -76,6 +76,9 @@ int main(int argc, char** argv) {
         return kExitUsage;
     }
 
+    // Traced values (of --trace, or of a file QRNP_TRACE named) are redacted as messages are.
+    KNL_Trace_SetRedaction(options.bShowValues ? 0 : 1);
+
     hostkit::EntryPoints entryPoints;
     std::string error;
     const std::string providerPath = options.providerPath.empty() ? hostkit::DefaultProviderPath() : options.providerPath;

@@ -30,8 +30,9 @@ Rows:
   under --pass-invalid), or rejected. A rejected row is written empty by
   default (--on-reject empty); the summary and the report give its row number
   and why. Under --method random, NULL and empty rows stay as they are unless
-  --fill-null. Standard error never shows a value in clear unless
-  --show-values: a value is shown as its first two characters and its length.
+  --fill-null. Standard error, the report and the trace never show a value in
+  clear unless --show-values: a value is shown as its first two characters
+  and its length.
 
 Exit status:
     0  every row served (NULL, empty and blank values included)
@@ -233,8 +234,8 @@ void AddReports(CLI::App& app, Options& o, RawValues& v) {
         ->group(kReports)
         ->type_name("FILE");
     app.add_flag("--show-values", o.bShowValues,
-                 "show values in clear on standard error and in the report (default: first two characters and "
-                 "length)")
+                 "show values in clear on standard error, in the report and in the trace (default: first two "
+                 "characters and length)")
         ->group(kReports);
     app.add_option("--error-limit", o.iErrorLimit,
                    "stop once N messages were captured (NULL, empty and blank values count too); 0: none")
