@@ -4,6 +4,9 @@
 // threads never mix. The file is flushed when it is closed and when the
 // process ends. While no file is open KNL_TraceActive is 0 and every call
 // returns at once.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -38,11 +41,18 @@ void CloseLocked(TraceFile& trace) {
     }
 }
 
-// Opens pPath for appending in place of the current file. 0, or 1 when it cannot be opened. Lock held.
+// Opens pPath for appending in place of the current file; a new file is
+// private (0600): a trace may hold values. 0, or 1 when it cannot be opened.
+// Lock held.
 int32_t OpenLocked(TraceFile& trace, const char* pPath) {
     CloseLocked(trace);
-    trace.pFile = std::fopen(pPath, "a");
-    if (trace.pFile == nullptr) return 1;
+    const int fd = open(pPath, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    if (fd < 0) return 1;
+    trace.pFile = fdopen(fd, "a");
+    if (trace.pFile == nullptr) {
+        close(fd);
+        return 1;
+    }
     KNL_TraceActive = 1;
     return 0;
 }

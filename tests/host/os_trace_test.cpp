@@ -2,6 +2,7 @@
 // concurrency, and the trace file named by QRNP_TRACE at load.
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -186,6 +187,9 @@ TEST(TraceEnvironment, FileNamedAtLoadIsOpenedAndFlushedAtExit) {
     ASSERT_EQ(waitpid(pid, &status, 0), pid);
     ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     EXPECT_EQ(ReadLines(path), std::vector<std::string>{"ENTRY child Probe"});
+    struct stat info {};
+    ASSERT_EQ(stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600u);  // made before any host could narrow the umask
     std::remove(path.c_str());
 }
 
